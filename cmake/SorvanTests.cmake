@@ -1,0 +1,32 @@
+# sorvan_add_qtest(<name> SOURCES <files...> LIBS <targets...> [ENV <VAR=value>...] [LABELS <labels...>])
+#
+# One Qt Test executable registered with CTest.  Tests run on the offscreen
+# platform against the build tree's shared-data directory.
+function(sorvan_add_qtest name)
+  cmake_parse_arguments(T "" "TIMEOUT" "SOURCES;LIBS;ENV;LABELS" ${ARGN})
+  add_executable(${name} ${T_SOURCES})
+  target_link_libraries(${name} PRIVATE sorvan_config Qt6::Test ${T_LIBS})
+  add_dependencies(${name} sorvan_share)
+  add_test(NAME ${name} COMMAND ${name})
+  if(NOT T_TIMEOUT)
+    set(T_TIMEOUT 300)
+  endif()
+  set_tests_properties(${name} PROPERTIES
+    TIMEOUT ${T_TIMEOUT}
+    LABELS "${T_LABELS}"
+    ENVIRONMENT "QT_QPA_PLATFORM=offscreen;SORVANSHARE=${SORVAN_BUILD_SHARE};SORVAN_SOURCE_DIR=${CMAKE_SOURCE_DIR};SORVAN_BINARY_DIR=${CMAKE_BINARY_DIR};${T_ENV}")
+endfunction()
+
+# sorvan_add_pytest(<name> <script> [ENV ...]) runs a Python unittest file with
+# the system interpreter, the one the engine's modules belong to.
+function(sorvan_add_pytest name script)
+  cmake_parse_arguments(T "" "TIMEOUT" "ENV;LABELS" ${ARGN})
+  add_test(NAME ${name} COMMAND ${SORVAN_PYTHON} -I -B ${script})
+  if(NOT T_TIMEOUT)
+    set(T_TIMEOUT 600)
+  endif()
+  set_tests_properties(${name} PROPERTIES
+    TIMEOUT ${T_TIMEOUT}
+    LABELS "${T_LABELS}"
+    ENVIRONMENT "SORVANSHARE=${SORVAN_BUILD_SHARE};SORVAN_SOURCE_DIR=${CMAKE_SOURCE_DIR};SORVAN_BINARY_DIR=${CMAKE_BINARY_DIR};${T_ENV}")
+endfunction()
