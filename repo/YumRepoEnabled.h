@@ -2,7 +2,6 @@
 
 #include <QList>
 #include <QString>
-
 #include <fnmatch.h>
 
 // One --enablerepo or --disablerepo request of this run.  The pattern is a

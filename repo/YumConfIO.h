@@ -1,0 +1,109 @@
+#pragma once
+
+#include "repo/RepoEntry.h"
+#include "repo/YumRepoEnabled.h"
+
+#include <QByteArray>
+#include <QHash>
+#include <QObject>
+#include <QPointer>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+#include <QWidget>
+#include <cstdio>
+
+// The yum configuration on disk: the main file with its [main] section and
+// every ".repo" file of the repository directories, all under the managed
+// root (Repo::ManagedRoot).  Reads them into a list of Repo::Entry, writes the
+// list back, and seeds the session's table of enabled repositories from the
+// files and the --enablerepo/--disablerepo requests.  Used on the GUI thread
+// only; failures are reported in message boxes parented to the widget given to
+// the last read() or write().
+class YumConfIO : public QObject
+{
+    Q_OBJECT
+
+public:
+    // Keeps both references; reads nothing yet.
+    YumConfIO(QList<YumRepoEnabled> const& patterns, QHash<QString, bool>& sessionEnabled,
+        QObject* parent = nullptr);
+
+    // The main configuration file: the first of /etc/yum/yum.conf,
+    // /etc/yum.conf that exists, else /etc/dnf/dnf.conf, under the managed
+    // root.  Looked up afresh at each call.
+    static QString fileName();
+
+    // Reads everything anew; emits changed() on success.
+    bool read(QWidget* parent);
+    // Checks for missing and duplicate identifiers (asking whether to go on),
+    // then writes every file and deletes the ".repo" files left empty.  No
+    // file is ever left half written; see Repo::FileReplacer.
+    bool write(QWidget* parent);
+
+    // Paths are those of this machine, the managed root included.
+    QString const& cachedir() const { return m_cachedir; }
+    QStringList const& reposdirs() const { return m_reposdirs; }
+    bool mainEnabled() const { return m_mainEnabled; }
+    bool mainGpgcheck() const { return m_mainGpgcheck; }
+    Repo::EntryList& repos() { return m_repos; }
+    Repo::EntryList const& repos() const { return m_repos; }
+    void setRepos(Repo::EntryList const& repos) { m_repos = repos; }
+    QList<YumRepoEnabled> const& repoEnabledPatterns() const { return m_repoEnabledPatterns; }
+    QHash<QString, bool>& sessionEnabled() const { return m_sessionEnabled; }
+    // The [main] part of the main file as read, one logical line per line.
+    QString const& mainText() const { return m_mainText; }
+
+    // Whether the logical `line` sets `option` (exact, case-sensitive key
+    // before the first ':' or '='); if so `value` gets what follows the
+    // separator and its blanks, to the end of the line.
+    static bool isOption(QString const& line, QString const& option, QString& value);
+    // Whether a file's content carries a password: a buffet URL, a URL with a
+    // user's password, or a password key.  Such a file is created readable
+    // by root only.
+    static bool holdsPassword(QByteArray const& content);
+    // Write order: by file name, then by position within the file.
+    static bool filePositionLessThan(Repo::Entry const& a, Repo::Entry const& b);
+
+Q_SIGNALS:
+    void changed();
+
+private:
+    enum class Result { Line, EndOfFile, Error };
+
+    bool readConfFile(FILE* file);
+    bool readRepoFile(FILE* file, QString const& path);
+    Result readLogicalLine(FILE* file, QString& line);
+    Result readLine(FILE* file, QString& line);
+    void unreadLine(QString const& line);
+    void cleanupRead(Repo::Entry& entry);
+    void applyUsedOptions(Repo::Entry const& entry);
+    bool checkErrors();
+    bool hasEmptyId() const;
+    QString getDuplicateId() const;
+    void cleanupWrite(Repo::EntryList& list) const;
+    void writeRepo(QByteArray& file, Repo::Entry const& entry) const;
+    bool removeUnusedFiles(QSet<QString> const& written);
+    // A critical box with the message and the "; errno = ..." suffix.
+    void error(QString const& message, int errorNumber);
+
+    QString m_cachedir;
+    QStringList m_reposdirs;
+    bool m_mainEnabled = true;
+    bool m_mainGpgcheck = false;
+    Repo::EntryList m_repos;
+    QList<YumRepoEnabled> const& m_repoEnabledPatterns;
+    QHash<QString, bool>& m_sessionEnabled;
+    QString m_mainText;
+    QPointer<QWidget> m_parent;
+    QStringList m_pushedBack;
+
+    // The file being read, for read error messages.
+    QString m_readingPath;
+    // Only a complete read gives a list that may replace the files: writing
+    // after a failed read would delete whatever was not read.
+    bool m_readComplete = false;
+    // The ".repo" files of the last read.  Only these may be deleted as
+    // unused: a file that appeared since was never shown to the user.
+    QSet<QString> m_readFiles;
+};
