@@ -20,10 +20,16 @@ QString path()
 
 QString under(QString const& systemPath)
 {
-    QString const clean = QDir::cleanPath(systemPath);
+    QString clean = QDir::cleanPath(systemPath);
     if (!clean.startsWith(QLatin1Char('/')))
         return clean;
+    // "/.." is "/" in the managed system as on any other; without this the
+    // path would climb out of the root.
+    while (clean == QLatin1String("/..") || clean.startsWith(QLatin1String("/../")))
+        clean = clean.mid(3).isEmpty() ? QStringLiteral("/") : clean.mid(3);
     QString const root = path();
+    if (clean == QLatin1String("/"))
+        return root;
     if (root == QLatin1String("/") || clean == root || clean.startsWith(root + QLatin1Char('/')))
         return clean;
     return root + clean;
