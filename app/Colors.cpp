@@ -3,7 +3,8 @@
 #include <QColor>
 #include <QCoreApplication>
 
-namespace {
+namespace
+{
 QString tr(char const* text)
 {
     return QCoreApplication::translate("Colors", text);
@@ -20,18 +21,52 @@ QPalette makeBackground(QPalette const& palette, QString const& name)
 }
 } // namespace
 
-namespace Colors {
-QString action() { return tr("blue"); }
-QString error() { return tr("red"); }
-QString errorDisabled() { return tr("#ffa9b8"); }
-QString warning() { return tr("darkorange"); }
-QString minor() { return tr("#8b5a2b"); }
-QString minorDisabled() { return tr("#ffbd94"); }
-QString ok() { return tr("green"); }
-QString requiredBg() { return tr("#fffacd"); }
-QString errorBg() { return tr("#ff6060"); }
-QString warningBg() { return tr("yellow"); }
-QString okBg() { return tr("lightgreen"); }
+namespace Colors
+{
+QString action()
+{
+    return tr("blue");
+}
+QString error()
+{
+    return tr("red");
+}
+QString errorDisabled()
+{
+    return tr("#ffa9b8");
+}
+QString warning()
+{
+    return tr("darkorange");
+}
+QString minor()
+{
+    return tr("#8b5a2b");
+}
+QString minorDisabled()
+{
+    return tr("#ffbd94");
+}
+QString ok()
+{
+    return tr("green");
+}
+QString requiredBg()
+{
+    return tr("#fffacd");
+}
+QString errorBg()
+{
+    return tr("#ff6060");
+}
+QString warningBg()
+{
+    return tr("yellow");
+}
+QString okBg()
+{
+    return tr("lightgreen");
+}
 
 QPalette makeRequired(QPalette const& palette)
 {
@@ -43,7 +78,16 @@ QPalette makeRequired(QPalette const& palette)
     return result;
 }
 
-QPalette makeError(QPalette const& palette) { return makeBackground(palette, errorBg()); }
-QPalette makeWarning(QPalette const& palette) { return makeBackground(palette, warningBg()); }
-QPalette makeOK(QPalette const& palette) { return makeBackground(palette, okBg()); }
+QPalette makeError(QPalette const& palette)
+{
+    return makeBackground(palette, errorBg());
+}
+QPalette makeWarning(QPalette const& palette)
+{
+    return makeBackground(palette, warningBg());
+}
+QPalette makeOK(QPalette const& palette)
+{
+    return makeBackground(palette, okBg());
+}
 } // namespace Colors

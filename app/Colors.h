@@ -11,7 +11,8 @@
 
 // The named colours of the program and the palettes made from them.  Names
 // pass through translation so that a translation may change them.
-namespace Colors {
+namespace Colors
+{
 QString action();
 QString error();
 QString errorDisabled();

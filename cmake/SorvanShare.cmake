@@ -7,23 +7,28 @@ target_link_libraries(sorvan_svg2png PRIVATE sorvan_config Qt6::Gui Qt6::Svg)
 
 file(GLOB_RECURSE _sorvan_svgs CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/share/*.svg)
 set(_sorvan_pngs)
+function(_sorvan_render svg out size)
+  add_custom_command(
+    OUTPUT ${out}
+    COMMAND ${CMAKE_COMMAND} -E env QT_QPA_PLATFORM=offscreen
+            $<TARGET_FILE:sorvan_svg2png> ${svg} ${out} ${size}
+    DEPENDS ${svg} sorvan_svg2png
+    VERBATIM)
+endfunction()
+
 foreach(svg IN LISTS _sorvan_svgs)
   file(RELATIVE_PATH rel ${CMAKE_SOURCE_DIR}/share ${svg})
-  string(REGEX REPLACE "\\.svg$" ".png" relpng ${rel})
-  # Icons are drawn on a 16-pixel grid; the window picture is larger.
+  string(REGEX REPLACE "\\.svg$" "" stem ${rel})
   if(rel MATCHES "^pixmaps/")
-    set(size 128)
+    _sorvan_render(${svg} ${SORVAN_BUILD_SHARE}/${stem}.png 128)
+    list(APPEND _sorvan_pngs ${SORVAN_BUILD_SHARE}/${stem}.png)
   else()
-    set(size 32)
+    # Icons are drawn on a 16-pixel grid; the @2x file is what the toolkit
+    # picks on a high-density screen.
+    _sorvan_render(${svg} ${SORVAN_BUILD_SHARE}/${stem}.png 16)
+    _sorvan_render(${svg} ${SORVAN_BUILD_SHARE}/${stem}@2x.png 32)
+    list(APPEND _sorvan_pngs ${SORVAN_BUILD_SHARE}/${stem}.png ${SORVAN_BUILD_SHARE}/${stem}@2x.png)
   endif()
-  add_custom_command(
-    OUTPUT ${SORVAN_BUILD_SHARE}/${relpng}
-    COMMAND ${CMAKE_COMMAND} -E env QT_QPA_PLATFORM=offscreen
-            $<TARGET_FILE:sorvan_svg2png> ${svg} ${SORVAN_BUILD_SHARE}/${relpng} ${size}
-    DEPENDS ${svg} sorvan_svg2png
-    COMMENT "Rendering ${relpng}"
-    VERBATIM)
-  list(APPEND _sorvan_pngs ${SORVAN_BUILD_SHARE}/${relpng})
 endforeach()
 
 add_custom_target(sorvan_share ALL

@@ -1,0 +1,22 @@
+#pragma once
+
+class QApplication;
+class MainWindow;
+
+// The program's name for diagnostics (base name of argv[0]) and its one
+// application object; both written once at start-up, before anything reads them.
+extern char const* program;
+extern QApplication* application;
+
+namespace Startup
+{
+// The whole start-up: application, style, main window, command line, event loop.
+int run(int argc, char** argv);
+
+// Applies the options to the window as they are met.  Returns -1 to go on,
+// otherwise the exit status (after the message and the usage text).
+int parseCommandLine(int argc, char** argv, MainWindow& window);
+
+// The usage text, on standard output.
+void usage();
+} // namespace Startup
