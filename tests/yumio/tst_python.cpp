@@ -7,6 +7,7 @@
 #include <QTest>
 #include <QThread>
 #include <atomic>
+#include <clocale>
 #include <csignal>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -131,6 +132,9 @@ private Q_SLOTS:
 
         // As started from a terminal; Python leaves an inherited SIG_IGN alone.
         std::signal(SIGINT, SIG_DFL);
+        std::signal(SIGPIPE, SIG_DFL);
+        // As under pkexec, which starts programs in the C locale.
+        std::setlocale(LC_CTYPE, "C");
         QCOMPARE(PyImport_AppendInittab("sorvanprobe", initProbeModule), 0);
         python = new Probe;
         QVERIFY(python->initialize());
@@ -166,6 +170,10 @@ private Q_SLOTS:
     void startsIsolated()
     {
         QVERIFY(isTrue("sys.flags.isolated == 1 and sys.flags.optimize == 0"));
+        // Text is UTF-8 even in the C locale, as with python3 itself.
+        QVERIFY(isTrue("sys.getfilesystemencoding() == 'utf-8' and sys.stdout.encoding == 'utf-8'"));
+        // Python's own signal set-up still happens.
+        QVERIFY(isTrue("signal.getsignal(signal.SIGPIPE) == signal.SIG_IGN"));
         QVERIFY(isTrue("not hasattr(__import__('builtins'), 'SORVAN_TRAPPED')"));
         QVERIFY(python->pyrf("[p for p in sys.path if p.startswith('%s')] == ['%s']", qPrintable(trap.path()),
                     qPrintable(trap.filePath("modules")))
@@ -562,6 +570,7 @@ private Q_SLOTS:
             lockedAfterRelease = PyGILState_Check();
             lock.ensure();
             python->py("workerDone = True");
+            lock.release(); // and the destructor must not release again
         });
         worker->start();
         // The worker cannot get in while this thread holds the lock...
