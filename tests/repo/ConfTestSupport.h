@@ -19,6 +19,7 @@
 #include <QSet>
 #include <QTemporaryDir>
 #include <QTimer>
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <sys/fsuid.h>
@@ -115,7 +116,10 @@ public:
             if (::lstat(QFile::encodeName(hostPath).constData(), &st) != 0 || S_ISDIR(st.st_mode))
                 continue;
             if (S_ISLNK(st.st_mode)) {
-                files.insert(system, "-> " + QFile::encodeName(QFileInfo(hostPath).symLinkTarget()));
+                char target[4096];
+                ssize_t const length
+                    = ::readlink(QFile::encodeName(hostPath).constData(), target, sizeof target);
+                files.insert(system, "-> " + QByteArray(target, int(std::max<ssize_t>(length, 0))));
                 continue;
             }
             files.insert(system,
