@@ -1,10 +1,10 @@
 #pragma once
 
 // <sys/sysmacros.h>, pulled in by many system headers, defines minor() as a
-// macro; it would rename Colors::minor below.
-#ifdef minor
+// macro that would rename Colors::minor.  Including it here first means its
+// include guard keeps it from defining the macro again after the undef.
+#include <sys/sysmacros.h>
 #undef minor
-#endif
 
 #include <QPalette>
 #include <QString>

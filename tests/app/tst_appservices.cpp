@@ -14,6 +14,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 #include <cerrno>
+#include <sys/sysmacros.h> // its minor() macro must not rename Colors::minor
 #include <sys/sysmacros.h> // defines a minor() macro that must not rename Colors::minor
 #include <sys/wait.h>
 
