@@ -15,7 +15,6 @@
 #include <QtTest>
 #include <cerrno>
 #include <sys/sysmacros.h> // its minor() macro must not rename Colors::minor
-#include <sys/sysmacros.h> // defines a minor() macro that must not rename Colors::minor
 #include <sys/wait.h>
 
 class TestAppServices : public QObject
