@@ -1,0 +1,132 @@
+"""SORVAN's companion script: the yum session the program talks to, over dnf 4.
+
+The program runs this file as __main__ in its embedded interpreter, with this
+directory at the front of sys.path and the module `yumIOC` registered; it
+then creates one YumIO() and calls its methods.  Everything the engine says
+goes back through yumIOC: nothing is written to the terminal.
+
+The managed root is the directory named by SORVANROOT ("/" when unset); dnf
+reads and writes only inside it.
+"""
+
+import os
+
+import yumIOC  # noqa: F401  (the program's callbacks; imported first so a missing one fails loudly)
+
+from sorvanyum import output
+
+# Before dnf is imported: importing it may already warn.
+output.install()
+
+import bdb  # noqa: E402,F401  (the program looks up bdb.BdbQuit)
+
+import dnf.drpm  # noqa: E402
+import dnf.exceptions  # noqa: E402
+import rpm  # noqa: E402,F401
+
+import yum  # noqa: E402
+import yum.Errors  # noqa: E402
+from sorvanyum import lock as sessionLock  # noqa: E402
+from sorvanyum.session import Session  # noqa: E402
+
+log = output.logger()
+
+
+def usesSqlite():
+    """dnf reads repository metadata into libsolv, never through sqlite."""
+    return False
+
+
+class YumIO:
+    """The yum session of the program: collection, groups, details, cleaning."""
+
+    def __init__(self):
+        try:
+            self._session = Session()
+        except (dnf.exceptions.Error, OSError) as e:
+            message = "Unable to start the package engine for %s: %s" % (
+                os.environ.get("SORVANROOT") or "/", e)
+            log.error(message)
+            raise SystemExit(message) from None
+        self.repos = self._session.repos
+        self.conf = self._session.confView
+
+    # The lock -----------------------------------------------------------
+
+    def lock(self):
+        sessionLock.acquire(self._session.root)
+
+    def unlock(self):
+        sessionLock.release(self._session.root)
+
+    # Collection ---------------------------------------------------------
+
+    def setupRepos(self):
+        """Read the enabled repositories (downloading what is stale) and the rpm
+        database."""
+        self._session.fillSack()
+
+    def setupTs(self):
+        self._session._requireSack()
+
+    def collectUpdates(self):
+        return self._session.updates()
+
+    def collectAll(self):
+        return self._session.installedAndAvailable()
+
+    def setupTsGroup(self):
+        self._session.readComps()
+
+    def collectGroupInfo(self):
+        return self._session.groupInfo()
+
+    def collectDone(self):
+        pass
+
+    def flush(self):
+        self._session.flush()
+
+    def isBetterThan(self, a, b):
+        return self._session.isBetterThan(a, b)
+
+    def getBiArch(self, arch):
+        return self._session.biArch(arch)
+
+    def usesPresto(self):
+        return bool(self._session.conf.deltarpm) and _applyDeltaAvailable()
+
+    def hasMultiProgress(self):
+        return True
+
+    # Details on demand --------------------------------------------------
+
+    def collectFileLists(self):
+        self._session.loadFilelists()
+
+    def collectOtherData(self):
+        self._session.loadOther()
+
+    # Cleaning ------------------------------------------------------------
+
+    def cleanHeaders(self):
+        # dnf keeps no header cache.
+        return 0, ["0 header files removed"]
+
+    def cleanPackages(self):
+        return self._session.clean("packages")
+
+    def cleanMetadata(self):
+        return self._session.clean("metadata")
+
+    def cleanPickles(self):
+        # dnf keeps no pickled cache.
+        return 0, ["0 pickle files removed"]
+
+    def cleanSqlite(self):
+        # dnf's counterpart of yum's sqlite cache is its solver cache.
+        return self._session.clean("dbcache")
+
+
+def _applyDeltaAvailable():
+    return os.access(dnf.drpm.APPLYDELTA, os.X_OK)
