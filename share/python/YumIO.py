@@ -63,8 +63,8 @@ class YumIO:
 
     def setupRepos(self):
         """Read the enabled repositories (downloading what is stale) and the rpm
-        database."""
-        self._session.fillSack()
+        database.  File lists and change logs wait until they are asked for."""
+        self._session.fillSack(filelists=False, other=False)
 
     def setupTs(self):
         self._session._requireSack()

@@ -480,11 +480,13 @@ class RepoHandler(http.server.BaseHTTPRequestHandler):
     def resolve(self):
         url = urllib.parse.urlsplit(self.path)
         path = urllib.parse.unquote(url.path)
-        if path == "/buffet":
+        if path == "/buffet" or path.startswith("/buffet/"):
+            # yum appended the file to the URL, so it ended the path parameter;
+            # librepo inserts it before the query: /buffet/<file>?...&path=<dir>.
             query = dict(urllib.parse.parse_qsl(url.query, keep_blank_values=True))
             if not self.authorized(query.get("user"), query.get("pass")):
                 return None, 403
-            path = query.get("path", "")
+            path = query.get("path", "") + path[len("/buffet/"):]
         elif path.startswith("/rhel/"):
             parts = path.split("/", 4)
             if len(parts) < 5:

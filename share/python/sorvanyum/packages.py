@@ -255,7 +255,8 @@ class Package:
 
     def localPkg(self):
         """Where the package file is, or will be once downloaded."""
-        return self._pkg.localPkg() if hasattr(self._pkg, "localPkg") else ""
+        # Asked of the current sack's package: dnf answers through its session.
+        return self.hawkey.localPkg()
 
     def localHdr(self):
         """Where yum kept a header; dnf keeps none, so this file never exists."""
@@ -265,7 +266,7 @@ class Package:
         return os.path.join(cachedir, "headers", name) if cachedir else ""
 
     def verifyLocalPkg(self):
-        return self._pkg.verifyLocalPkg() if hasattr(self._pkg, "verifyLocalPkg") else False
+        return self.hawkey.verifyLocalPkg()
 
 
 class InstalledPackage(Package):
