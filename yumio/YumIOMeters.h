@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCoreApplication>
 #include <QHash>
 #include <QList>
 #include <QString>
@@ -24,6 +25,9 @@ class Object;
 // reported through error() and warning() and never stop a download.
 class YumIOMeters
 {
+    // The meters' texts belong with the session's.
+    Q_DECLARE_TR_FUNCTIONS(YumIO)
+
 public:
     // What one repository download or read step is.  The values are part of
     // the act numbering below: do not reorder.
