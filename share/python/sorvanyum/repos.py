@@ -150,5 +150,8 @@ class RepoStore:
             raise RepoError("Error getting repository data for %s, repository not found"
                             % pattern)
         for repo in matched:
-            repo.enable() if state else repo.disable()
+            if state:
+                repo.enable()
+            else:
+                repo.disable()
         return [r.id for r in matched]

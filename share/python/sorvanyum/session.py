@@ -103,6 +103,8 @@ class Session:
 
         Raises RepoError for a repository that cannot be used (and is not marked
         skip_if_unavailable), RepoLockError while another dnf holds the metadata."""
+        # The steps of dnf's Base.fill_sack, which cannot leave out file lists
+        # and reads each repository right after downloading it.
         filelists = self.filelistsLoaded if filelists is None else filelists
         other = self.otherLoaded if other is None else other
         self.flush()
