@@ -13,7 +13,7 @@ QPointer<GeneralTip> GeneralTip::shown;
 
 GeneralTip::GeneralTip(Builder build, void* data, QWidget* widget, bool live)
     // Owned by the widget, so that it never outlives what it describes.
-    : QFrame(widget, Qt::ToolTip | Qt::BypassGraphicsProxyWidget)
+    : QFrame(widget, Qt::ToolTip | Qt::FramelessWindowHint | Qt::BypassGraphicsProxyWidget)
     , build(std::move(build))
     , data(data)
     , widget(widget)
@@ -48,6 +48,8 @@ void GeneralTip::showTip(QPoint const& pos, Builder build, void* data, QWidget* 
     tip->anchor = pos;
     tip->rebuild();
     tip->show();
+    // Frame margins are known only once the window exists.
+    tip->place(pos);
     tip->timer.start();
 }
 
@@ -80,14 +82,15 @@ void GeneralTip::place(QPoint const& pos)
     QScreen* screen = QGuiApplication::screenAt(pos);
     if (!screen && widget)
         screen = widget->screen();
-    QRect const available = screen ? screen->availableGeometry() : QRect(pos, size());
+    QSize const outer = frameGeometry().size();
+    QRect const available = screen ? screen->availableGeometry() : QRect(pos, outer);
     // Below and right of the pointer as the toolkit's tips are; above it when
     // there is no room below, and pushed left when there is none to the right.
     QPoint at = pos + QPoint(2, 16);
-    if (at.x() + width() > available.right() + 1)
-        at.setX(available.right() + 1 - width());
-    if (at.y() + height() > available.bottom() + 1)
-        at.setY(pos.y() - 4 - height());
+    if (at.x() + outer.width() > available.right() + 1)
+        at.setX(available.right() + 1 - outer.width());
+    if (at.y() + outer.height() > available.bottom() + 1)
+        at.setY(pos.y() - 4 - outer.height());
     at.setX(std::max(at.x(), available.left()));
     at.setY(std::max(at.y(), available.top()));
     move(at);

@@ -15,7 +15,8 @@ QSize HScrollArea::sizeHint() const
     QWidget const* content = widget();
     if (!content)
         return QScrollArea::sizeHint();
-    QSize const wanted = content->sizeHint().expandedTo(content->minimumSizeHint());
+    QSize const wanted
+        = content->sizeHint().expandedTo(content->minimumSizeHint()).expandedTo(content->minimumSize());
     QSize limit(640, 480);
     if (QScreen const* s = screen())
         limit = s->availableGeometry().size() * 2 / 3;

@@ -47,7 +47,6 @@ HTextEdit* HTextEdit::plainViewer(QString const& text, QWidget* parent)
     auto* area = new HTextEdit(std::clamp(widest + 1, 50, 110), std::clamp(count, 6, 28), parent);
     area->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     area->setTabStopDistance(8 * area->fontMetrics().horizontalAdvance(u' '));
-    area->setLineWrapMode(QTextEdit::NoWrap);
     area->setReadOnly(true);
     area->setPlainText(text);
     return area;

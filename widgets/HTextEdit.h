@@ -16,7 +16,8 @@ public:
     HTextEdit(int columns, int lines, QWidget* parent = nullptr);
 
     // A read-only area in the fixed-pitch font showing `text` as it is, with a
-    // size hint that fits the text up to a sensible size.
+    // size hint that fits the text up to a sensible size.  Lines too long for
+    // the window wrap rather than hide behind a horizontal scroll bar.
     static HTextEdit* plainViewer(QString const& text, QWidget* parent);
 
     // Appends one paragraph as append() does, without room above or below it.
