@@ -1,0 +1,383 @@
+// The extension module yumIOC: the companion script's way back into the
+// session.  Every function runs on the thread that called into the script,
+// with the interpreter lock held, and returns None; problems are reported
+// through the session and never stop the engine.  Arguments that do not parse
+// raise the usual TypeError in the script.
+#include "yumio/YumIO.h"
+
+#include <QMutex>
+
+struct YumIOC {
+    static inline YumIO* target = nullptr;
+
+    static PyObject* none() { Py_RETURN_NONE; }
+
+    // The session to call.  Before the program made one, and while the
+    // interpreter shuts down after it went, there is none, and what the script
+    // says then has nowhere to go.
+    static YumIO* session() { return target; }
+
+    // A size argument: an int, or None for an unknown size (1).
+    static qint64 size(YumIO* io, PyObject* object)
+    {
+        if (object == Py_None)
+            return 1;
+        if (PyLong_Check(object)) {
+            long long const value = PyLong_AsLongLong(object);
+            if (value == -1 && PyErr_Occurred()) {
+                PyErr_Clear();
+                io->warning(YumIO::tr("Internal error: collect grab size not understood"));
+                return 1;
+            }
+            return value;
+        }
+        io->warning(YumIO::tr("Internal error: collect grab size not understood"));
+        return 1;
+    }
+
+    // A text argument: a str (or bytes), "" for None; anything else is
+    // reported with `message` and counts as "".
+    static QString text(YumIO* io, PyObject* object, char const* message)
+    {
+        if (object == Py_None)
+            return QString();
+        if (PyUnicode_Check(object) || PyBytes_Check(object))
+            return io->pyString(object);
+        if (message)
+            io->error(YumIO::tr(message));
+        return QString();
+    }
+
+    // --- output ---------------------------------------------------------------
+
+    static PyObject* stdoutWrite(PyObject*, PyObject* args)
+    {
+        YumIO* io = session();
+        char const* text = nullptr;
+        if (!io)
+            return none();
+        if (!PyArg_ParseTuple(args, "s", &text))
+            return nullptr;
+        io->writeStdout(QString::fromUtf8(text));
+        return none();
+    }
+
+    static PyObject* stderrWrite(PyObject*, PyObject* args)
+    {
+        YumIO* io = session();
+        char const* text = nullptr;
+        if (!io)
+            return none();
+        if (!PyArg_ParseTuple(args, "s", &text))
+            return nullptr;
+        io->write(QString::fromUtf8(text), io->stderrKind, io->stderrLevel, io->stderrBuffer);
+        return none();
+    }
+
+    static PyObject* log(PyObject*, PyObject* args)
+    {
+        YumIO* io = session();
+        long level = 0;
+        char const* text = nullptr;
+        if (!io)
+            return none();
+        if (!PyArg_ParseTuple(args, "ls", &level, &text))
+            return nullptr;
+        io->logScript(Log::Info, level, text);
+        return none();
+    }
+
+    static PyObject* errorlog(PyObject*, PyObject* args)
+    {
+        YumIO* io = session();
+        long level = 0;
+        char const* text = nullptr;
+        if (!io)
+            return none();
+        if (!PyArg_ParseTuple(args, "ls", &level, &text))
+            return nullptr;
+        io->logScript(Log::Error, level, text);
+        return none();
+    }
+
+    // --- the collect meters ----------------------------------------------------
+
+    static PyObject* collectProgress(PyObject*, PyObject* args)
+    {
+        YumIO* io = session();
+        long current = 0;
+        long total = 0;
+        PyObject* name = nullptr;
+        if (!io)
+            return none();
+        if (!PyArg_ParseTuple(args, "llO", &current, &total, &name))
+            return nullptr;
+        io->collectProgress(current, total, text(io, name, "Internal error: unexpected progress name"));
+        return none();
+    }
+
+    static PyObject* collectGrabMeterStart(PyObject*, PyObject* args)
+    {
+        YumIO* io = session();
+        PyObject *meter, *fileName, *unused1, *unused2, *sizeObject, *textObject;
+        if (!io)
+            return none();
+        if (!PyArg_ParseTuple(
+                args, "OOOOOO", &meter, &fileName, &unused1, &unused2, &sizeObject, &textObject))
+            return nullptr;
+        QString const name = text(io, fileName, "Internal error: unexpected progress filename");
+        // The text only stands in for a missing file name: not a string, it
+        // is simply not used.
+        QString const alternative = text(io, textObject, nullptr);
+        io->collectGrabMeterStart(meter, name, long(size(io, sizeObject)), alternative);
+        return none();
+    }
+
+    static PyObject* collectGrabMeterUpdate(PyObject*, PyObject* args)
+    {
+        YumIO* io = session();
+        PyObject* meter = nullptr;
+        long long value = 0;
+        if (!io)
+            return none();
+        if (!PyArg_ParseTuple(args, "OL", &meter, &value))
+            return nullptr;
+        io->collectUpdate(meter, long(value));
+        return none();
+    }
+
+    static PyObject* collectGrabMeterEnd(PyObject*, PyObject* args)
+    {
+        YumIO* io = session();
+        PyObject* meter = nullptr;
+        long long value = 0;
+        if (!io)
+            return none();
+        if (!PyArg_ParseTuple(args, "OL", &meter, &value))
+            return nullptr;
+        io->collectEnd(meter, long(value));
+        return none();
+    }
+
+    static PyObject* collectGrabMeterFailure(PyObject*, PyObject* args)
+    {
+        YumIO* io = session();
+        PyObject* meter = nullptr;
+        PyObject* message = nullptr;
+        if (!io)
+            return none();
+        if (!PyArg_ParseTuple(args, "OO", &meter, &message))
+            return nullptr;
+        text(io, message, "Internal error: unexpected progress failure message");
+        io->collectFailure(meter);
+        return none();
+    }
+
+    static PyObject* collectGrabMultiMeterStart(PyObject*, PyObject* args)
+    {
+        YumIO* io = session();
+        long long files = 0;
+        long long bytes = 0;
+        if (!io)
+            return none();
+        if (!PyArg_ParseTuple(args, "LL", &files, &bytes))
+            return nullptr;
+        io->collectGrabMultiMeterStart(files, bytes);
+        return none();
+    }
+
+    // The collect family finds a file's slot when the file starts.
+    static PyObject* collectGrabMultiMeterNew(PyObject*, PyObject* args)
+    {
+        PyObject* meter = nullptr;
+        if (!PyArg_ParseTuple(args, "O", &meter))
+            return nullptr;
+        return none();
+    }
+
+    static PyObject* collectGrabMultiMeterRemove(PyObject*, PyObject* args)
+    {
+        PyObject* meter = nullptr;
+        if (!PyArg_ParseTuple(args, "O", &meter))
+            return nullptr;
+        return none();
+    }
+
+    static PyObject* collectGrabMultiMeterEnd(PyObject*, PyObject*)
+    {
+        YumIO* io = session();
+        if (io)
+            io->collectGrabMultiMeterEnd();
+        return none();
+    }
+
+    // --- the apply meters ------------------------------------------------------
+
+    static PyObject* applyGrabMeterStart(PyObject*, PyObject* args)
+    {
+        YumIO* io = session();
+        PyObject *meter, *fileName, *unused1, *unused2, *sizeObject, *textObject;
+        if (!io)
+            return none();
+        if (!PyArg_ParseTuple(
+                args, "OOOOOO", &meter, &fileName, &unused1, &unused2, &sizeObject, &textObject))
+            return nullptr;
+        QString const alternative = text(io, textObject, "Internal error: unexpected progress text type");
+        QString const name = text(io, fileName, "Internal error: unexpected progress name type");
+        io->applyGrabMeterStart(meter, name, size(io, sizeObject), alternative);
+        return none();
+    }
+
+    static PyObject* applyGrabMeterUpdate(PyObject*, PyObject* args)
+    {
+        YumIO* io = session();
+        PyObject* meter = nullptr;
+        long long value = 0;
+        if (!io)
+            return none();
+        if (!PyArg_ParseTuple(args, "OL", &meter, &value))
+            return nullptr;
+        io->applyGrabMeterUpdate(meter, value);
+        return none();
+    }
+
+    static PyObject* applyGrabMeterEnd(PyObject*, PyObject* args)
+    {
+        YumIO* io = session();
+        PyObject* meter = nullptr;
+        long long value = 0;
+        if (!io)
+            return none();
+        if (!PyArg_ParseTuple(args, "OL", &meter, &value))
+            return nullptr;
+        io->applyGrabMeterEnd(meter, value);
+        return none();
+    }
+
+    static PyObject* applyGrabMeterFailure(PyObject*, PyObject* args)
+    {
+        YumIO* io = session();
+        PyObject* meter = nullptr;
+        PyObject* message = nullptr;
+        if (!io)
+            return none();
+        if (!PyArg_ParseTuple(args, "OO", &meter, &message))
+            return nullptr;
+        text(io, message, "Internal error: unexpected progress failure message");
+        io->applyGrabMeterFailure(meter);
+        return none();
+    }
+
+    static PyObject* applyGrabMultiMeterStart(PyObject*, PyObject* args)
+    {
+        YumIO* io = session();
+        long long files = 0;
+        long long bytes = 0;
+        if (!io)
+            return none();
+        if (!PyArg_ParseTuple(args, "LL", &files, &bytes))
+            return nullptr;
+        io->applyGrabMultiMeterStart(files, bytes);
+        return none();
+    }
+
+    static PyObject* applyGrabMultiMeterNew(PyObject*, PyObject* args)
+    {
+        YumIO* io = session();
+        PyObject* meter = nullptr;
+        if (!io)
+            return none();
+        if (!PyArg_ParseTuple(args, "O", &meter))
+            return nullptr;
+        io->applyGrabMultiMeterNew(meter);
+        return none();
+    }
+
+    static PyObject* applyGrabMultiMeterRemove(PyObject*, PyObject* args)
+    {
+        YumIO* io = session();
+        PyObject* meter = nullptr;
+        if (!io)
+            return none();
+        if (!PyArg_ParseTuple(args, "O", &meter))
+            return nullptr;
+        io->applyGrabMultiMeterRemove(meter);
+        return none();
+    }
+
+    static PyObject* applyGrabMultiMeterEnd(PyObject*, PyObject*)
+    {
+        YumIO* io = session();
+        if (io)
+            io->applyGrabMultiMeterEnd();
+        return none();
+    }
+
+    // --- the module --------------------------------------------------------------
+
+    static inline PyMethodDef methods[] = {
+        { "stdoutWrite", stdoutWrite, METH_VARARGS, nullptr },
+        { "stderrWrite", stderrWrite, METH_VARARGS, nullptr },
+        { "log", log, METH_VARARGS, nullptr },
+        { "errorlog", errorlog, METH_VARARGS, nullptr },
+        { "collectProgress", collectProgress, METH_VARARGS, nullptr },
+        { "collectGrabMeterStart", collectGrabMeterStart, METH_VARARGS, nullptr },
+        { "collectGrabMeterUpdate", collectGrabMeterUpdate, METH_VARARGS, nullptr },
+        { "collectGrabMeterEnd", collectGrabMeterEnd, METH_VARARGS, nullptr },
+        { "collectGrabMeterFailure", collectGrabMeterFailure, METH_VARARGS, nullptr },
+        { "collectGrabMultiMeterStart", collectGrabMultiMeterStart, METH_VARARGS, nullptr },
+        { "collectGrabMultiMeterNew", collectGrabMultiMeterNew, METH_VARARGS, nullptr },
+        { "collectGrabMultiMeterRemove", collectGrabMultiMeterRemove, METH_VARARGS, nullptr },
+        { "collectGrabMultiMeterEnd", collectGrabMultiMeterEnd, METH_VARARGS, nullptr },
+        { "applyGrabMeterStart", applyGrabMeterStart, METH_VARARGS, nullptr },
+        { "applyGrabMeterUpdate", applyGrabMeterUpdate, METH_VARARGS, nullptr },
+        { "applyGrabMeterEnd", applyGrabMeterEnd, METH_VARARGS, nullptr },
+        { "applyGrabMeterFailure", applyGrabMeterFailure, METH_VARARGS, nullptr },
+        { "applyGrabMultiMeterStart", applyGrabMultiMeterStart, METH_VARARGS, nullptr },
+        { "applyGrabMultiMeterNew", applyGrabMultiMeterNew, METH_VARARGS, nullptr },
+        { "applyGrabMultiMeterRemove", applyGrabMultiMeterRemove, METH_VARARGS, nullptr },
+        { "applyGrabMultiMeterEnd", applyGrabMultiMeterEnd, METH_VARARGS, nullptr },
+        { nullptr, nullptr, 0, nullptr },
+    };
+
+    static inline PyModuleDef module = {
+        PyModuleDef_HEAD_INIT,
+        "yumIOC",
+        nullptr,
+        -1,
+        methods,
+        nullptr,
+        nullptr,
+        nullptr,
+        nullptr,
+    };
+
+    static PyObject* init() { return PyModule_Create(&module); }
+
+    // Before the interpreter starts, once per process.
+    static bool registerModule()
+    {
+        static bool registered = false;
+        if (registered)
+            return true;
+        if (Python::isInitialized())
+            return false;
+        registered = PyImport_AppendInittab("yumIOC", &YumIOC::init) == 0;
+        return registered;
+    }
+};
+
+bool YumIO::registerYumIOC()
+{
+    return YumIOC::registerModule();
+}
+
+void YumIO::setYumIOCTarget(YumIO* io)
+{
+    YumIOC::target = io;
+}
+
+YumIO* YumIO::yumIOCTarget()
+{
+    return YumIOC::target;
+}
