@@ -1,0 +1,69 @@
+#pragma once
+
+#include "progress/Progress.h"
+
+#include <QElapsedTimer>
+#include <QList>
+#include <QMetaObject>
+#include <QString>
+#include <QStringList>
+
+class HProgressBar;
+
+// Drives a progress model from short textual steps and records, one line per
+// signal, what each step emitted.  Steps (activities are single words):
+//   total <activity> <tail>             item <activity> <share> <tail>
+//   activity <activity>                 acts <size> <count>
+//   count <n>                           act <activity> <tail> <n>
+//   endacts                             batch <activity> <from> <to> <threads> <tail>
+//   slot <activity> <slot> <max>        slotvalue <slot> <value>
+//   slotend <slot>                      slotretry <slot>
+//   endbatch                            value <v>
+//   totalvalue <v>                      reset
+//   wait
+// Records:
+//   total <activity> <tail>             item <activity> <totalValue> <tail>
+//   activity <activity>                 count <totalValue>
+//   value <totalValue> <value>          endacts <totalValue>
+//   totalvalue <value>                  reset
+//   slots <state>:<name>:<value>/<max>,...   (or "slots -" for none)
+//
+// The model's value throttle lets a signal through once more than 9 ms have
+// passed since its last restart, which happens inside the model.  The runner
+// keeps a stopwatch that it starts just before every step that turns out to
+// have restarted that throttle, so the stopwatch never shows less than the
+// model's own.  "wait" lets it pass 9 ms, after which the next value signal
+// is certain; while it still shows 9 ms or less, suppression is certain.
+class ProgressScript
+{
+public:
+    explicit ProgressScript(Progress::Object& model);
+    ~ProgressScript();
+    ProgressScript(ProgressScript const&) = delete;
+    ProgressScript& operator=(ProgressScript const&) = delete;
+
+    // Performs one step (the part of a line before "->") and returns the
+    // signals it emitted.
+    QStringList perform(QString const& step);
+
+    // True while the model's value throttle is certainly still closed, or
+    // was never started (then it is certainly open, and a suppressed signal
+    // would be a real fault too): either way the outcome of a step was
+    // decided by the model, not by the machine's speed.
+    bool conclusive() const;
+
+    static QString threadsRecord(Progress::ThreadsState const& threads);
+    // One line of a bar's state: "[activity] value minimum..maximum on|off".
+    static QString barState(HProgressBar const& bar);
+
+    // A step line "op args -> record | record" split into its step and its
+    // expected records.
+    static QString stepOf(QString const& line);
+    static QStringList expectedOf(QString const& line);
+
+private:
+    Progress::Object& model;
+    QStringList records;
+    QElapsedTimer sinceRestart;
+    QList<QMetaObject::Connection> connections;
+};
