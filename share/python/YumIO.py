@@ -67,7 +67,7 @@ class YumIO:
         self._session.fillSack(filelists=False, other=False)
 
     def setupTs(self):
-        self._session._requireSack()
+        self._session.requireSack()
 
     def collectUpdates(self):
         return self._session.updates()

@@ -57,9 +57,9 @@ class ScaleFixtureTest(RootTestCase):
                     "u = scale.Universe(7, 1140); "
                     "print(sum(len(s['binaries']) for s in u.sources), u.sources[-1]['name'])"
                     % os.path.dirname(SCALE))
-        first = subprocess.run([sys.executable, "-I", "-c", generate], capture_output=True,
+        first = subprocess.run([sys.executable, "-I", "-B", "-c", generate], capture_output=True,
                                text=True)
-        second = subprocess.run([sys.executable, "-I", "-c", generate], capture_output=True,
+        second = subprocess.run([sys.executable, "-I", "-B", "-c", generate], capture_output=True,
                                 text=True)
         self.assertEqual(first.returncode, 0, first.stderr)
         self.assertEqual(first.stdout, second.stdout)

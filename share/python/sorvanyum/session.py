@@ -175,13 +175,13 @@ class Session:
                             repo.id) from None
         meters.readDone(repo.id)
 
-    def _requireSack(self):
+    def requireSack(self):
         if self.base is None or self.base._sack is None:
             raise YumBaseError("The repositories have not been read yet.")
 
     @property
     def sack(self):
-        self._requireSack()
+        self.requireSack()
         return self.base._sack
 
     def loadFilelists(self):
@@ -226,7 +226,7 @@ class Session:
     # Groups -----------------------------------------------------------
 
     def readComps(self):
-        self._requireSack()
+        self.requireSack()
         try:
             comps = self.base.read_comps(arch_filter=True)
         except dnf.exceptions.Error as e:
