@@ -419,8 +419,7 @@ def installedSpec(chunk, installed, sourcedir):
     return "\n".join(lines + files) + "\n"
 
 
-# rpmbuild's time grows faster than linearly with the subpackages of one spec
-# (2500 in one spec take four times the CPU of ten specs of 250).
+# One rpmbuild works on one core; a few specs let two run side by side.
 CHUNK = 250
 
 
