@@ -1,9 +1,17 @@
 #include "app/MainWindow.h"
 
+#include "app/Colors.h"
 #include "app/Share.h"
 #include "log/LogWindow.h"
+#include "packagetable/PackageTableModel.h"
+#include "packagetable/PackageTableSortFilterProxyModel.h"
+#include "packagetable/PackageTableView.h"
+#include "repo/YumConfIO.h"
+#include "widgets/HFrameLabel.h"
 #include "widgets/HMenu.h"
 #include "widgets/HProgressBar.h"
+#include "yumio/Python.h"
+#include "yumio/YumIO.h"
 
 #include <QAction>
 #include <QApplication>
@@ -21,13 +29,15 @@
 
 MainWindow::MainWindow()
     : QMainWindow(nullptr)
-    , startRepoEditor(false)
-    , startLog(false)
     , updateIcon(Share::absolute(QStringLiteral("icons/update.png")))
     , clearIcon()
     , applyIcon(Share::absolute(QStringLiteral("icons/check.png")))
+    , startRepoEditor(false)
+    , startLog(false)
+    , session(nullptr)
+    , yumConfIO(nullptr)
     , initialized(false)
-    , log(std::make_unique<Log::EntryList>())
+    , sessionStarted(false)
     , logWindow(nullptr)
 {
     setObjectName(QStringLiteral("MainWindow"));
@@ -39,6 +49,8 @@ MainWindow::MainWindow()
     createMainArea();
 }
 
+// The session is deleted by quit(); a window that never quit (a test's)
+// takes it along through its children.
 MainWindow::~MainWindow() = default;
 
 void MainWindow::createMenuBar()
@@ -71,6 +83,7 @@ void MainWindow::createMainArea()
     QVBoxLayout* panelLayout = new QVBoxLayout(mainPanel);
     panelLayout->setContentsMargins(0, 0, 0, 0);
 
+    // The filter bar.
     QHBoxLayout* filterBar = new QHBoxLayout;
     modeBox = new QComboBox(mainPanel);
     modeBox->setObjectName(QStringLiteral("modeBox"));
@@ -80,6 +93,7 @@ void MainWindow::createMainArea()
 
     regexpEdit = new QLineEdit(QStringLiteral(".*"), mainPanel);
     regexpEdit->setObjectName(QStringLiteral("regexpEdit"));
+    regexpEdit->setClearButtonEnabled(true);
     filterBar->addWidget(regexpEdit, 1);
 
     filterButton = new QPushButton(mainPanel);
@@ -107,6 +121,93 @@ void MainWindow::createMainArea()
     panelLayout->addLayout(filterBar);
 
     connect(modeBox, &QComboBox::currentIndexChanged, this, &MainWindow::modeChanged);
+    connect(regexpEdit, &QLineEdit::returnPressed, this, &MainWindow::filtersearch);
+    connect(filterButton, &QPushButton::clicked, this, &MainWindow::filtersearch);
+    connect(stateBox, &QComboBox::currentIndexChanged, this, &MainWindow::stateFilterChanged);
+    connect(dupsCheck, &QCheckBox::stateChanged, this, &MainWindow::dupsFilterChanged);
+    connect(groupsCheck, &QCheckBox::stateChanged, this, &MainWindow::groupsFilterChanged);
+
+    // The session starts nothing until initialize().
+    session = new YumIO(this);
+    connect(session, &YumIO::collectedExtraData, this, &MainWindow::collectedExtraData);
+
+    model = new PackageTable::Model(session, mainPanel);
+    proxy = new PackageTable::SortFilterProxyModel(PackageTable::Updatable, true, false, session, mainPanel);
+    proxy->setSourceModel(model);
+    view = new PackageTable::View(model, proxy, mainPanel);
+    view->setObjectName(QStringLiteral("view"));
+    panelLayout->addWidget(view, 1);
+    connect(
+        view, qOverload<int, int>(&PackageTable::View::currentChanged), this, &MainWindow::currentChanged);
+    connect(view, &PackageTable::View::stateChanged, this, &MainWindow::stateChanged);
+
+    // The button row.  Describe and Apply wait for the package description
+    // and the transaction to exist; until then they are never shown.
+    QHBoxLayout* buttons = new QHBoxLayout;
+    describeButton = new QPushButton(tr("&Describe"), mainPanel);
+    describeButton->setObjectName(QStringLiteral("describeButton"));
+    describeButton->setEnabled(false);
+    describeButton->setToolTip(
+        tr("Pop up a window with a detailed description of the currently selected package"));
+    describeButton->setVisible(false);
+    connect(describeButton, &QPushButton::clicked, view, &PackageTable::View::describe);
+    buttons->addWidget(describeButton);
+    buttons->addStretch(1);
+
+    QPushButton* resizeButton = new QPushButton(tr("Re&size"), mainPanel);
+    resizeButton->setObjectName(QStringLiteral("resizeButton"));
+    resizeButton->setToolTip(tr("Resize the columns and window to optimal values"));
+    connect(resizeButton, &QPushButton::clicked, this, &MainWindow::resize);
+    buttons->addWidget(resizeButton);
+
+    QPushButton* refreshButton = new QPushButton(tr("Re&fresh"), mainPanel);
+    refreshButton->setObjectName(QStringLiteral("refreshButton"));
+    refreshButton->setToolTip(tr("Refresh the list of installed packages and packages available for "
+                                 "update.\nUse this to check for new "
+                                 "updates in repositories, or if any packages were installed manually."));
+    connect(refreshButton, &QPushButton::clicked, this, &MainWindow::refresh);
+    buttons->addWidget(refreshButton);
+
+    QPushButton* selectedButton = new QPushButton(tr("Set &Install/Update of Selected"), mainPanel);
+    selectedButton->setObjectName(QStringLiteral("selectedButton"));
+    selectedButton->setToolTip(
+        tr("Sets the Action for all selected packages which are Not Installed to Install, and\nsets the "
+           "Action for "
+           "all selected packages which are Installed but Out-of-date to Update.\nDoes not Apply Actions "
+           "automatically."));
+    connect(selectedButton, &QPushButton::clicked, this, &MainWindow::setSelected);
+    buttons->addWidget(selectedButton);
+
+    QPushButton* updateListedButton = new QPushButton(updateIcon, tr("Set &Update of Listed"), mainPanel);
+    updateListedButton->setObjectName(QStringLiteral("updateListedButton"));
+    updateListedButton->setToolTip(tr("Sets the Action to Update for any packages which are Installed but "
+                                      "Out-of-date,\nand which are currently "
+                                      "listed based on the the Mode, Filter, Search, State, Duplicates, and "
+                                      "Groups settings.\nDoes not Apply "
+                                      "Actions automatically."));
+    connect(updateListedButton, &QPushButton::clicked, this, &MainWindow::setUpdateListed);
+    buttons->addWidget(updateListedButton);
+
+    QPushButton* clearButton = new QPushButton(clearIcon, tr("&Clear Actions"), mainPanel);
+    clearButton->setObjectName(QStringLiteral("clearButton"));
+    clearButton->setToolTip(tr("Clears all specified Actions (Updates, Installs, and Removals)"));
+    connect(clearButton, &QPushButton::clicked, this, &MainWindow::clearActions);
+    buttons->addWidget(clearButton);
+
+    warningLabel = new HFrameLabel(mainPanel);
+    warningLabel->setObjectName(QStringLiteral("warningLabel"));
+    warningLabel->setPalette(Colors::makeWarning(warningLabel->palette()));
+    warningLabel->setAlignment(Qt::AlignCenter);
+    buttons->addWidget(warningLabel);
+
+    applyButton = new QPushButton(applyIcon, tr("&Apply Actions"), mainPanel);
+    applyButton->setObjectName(QStringLiteral("applyButton"));
+    applyButton->setEnabled(false);
+    applyButton->setToolTip(tr("Applies the specified Actions (Updates, Installs, and Removals)"));
+    applyButton->setVisible(false);
+    buttons->addWidget(applyButton);
+    panelLayout->addLayout(buttons);
+    warnConfigure();
 
     stateBox->setToolTip(
         tr("Filter for those packages which are eligible for updating,\nfor installing, or for "
@@ -120,16 +221,25 @@ void MainWindow::createMainArea()
     itemBar->setObjectName(QStringLiteral("itemBar"));
     totalBar = new HProgressBar(central);
     totalBar->setObjectName(QStringLiteral("totalBar"));
-
     centralLayout->addWidget(mainPanel, 1);
     centralLayout->addWidget(itemBar);
     centralLayout->addWidget(totalBar);
     setCentralWidget(central);
+    session->setup(this, totalBar, itemBar);
 
     // The panel appears once the packages are collected.
     mainPanel->hide();
     collectedExtraData();
     modeChanged(0);
+}
+
+void MainWindow::warnConfigure()
+{
+    // The label always takes the room of the warning, so that showing and
+    // hiding it never moves the buttons.
+    warningLabel->setText(tr("Unlisted Actions"));
+    warningLabel->setFixedSize(warningLabel->sizeHint());
+    warningLabel->setText(QString());
 }
 
 void MainWindow::setMode(PackageTable::Mode mode)
@@ -168,31 +278,108 @@ QSize MainWindow::sizeHint() const
 void MainWindow::setVisible(bool visible)
 {
     QMainWindow::setVisible(visible);
-    // Connecting to the package manager starts once the window is on screen.
+    // Talking to the package manager starts once the window is on the screen.
     if (visible && !initialized)
         QTimer::singleShot(0, this, &MainWindow::initialize);
 }
 
+bool MainWindow::searchMode() const
+{
+    return modeBox->currentIndex() == PackageTable::Search;
+}
+
 void MainWindow::initialize()
 {
-    if (initialized)
+    if (initialized || !session)
         return;
+    if (!yumConfIO) {
+        yumConfIO = new YumConfIO(repoRequests, repoEnable, this);
+        model->setYumConfIO(yumConfIO);
+    }
     if (startLog)
         displayLog();
+
+    setReady(false);
+    if (!session->initialize()) {
+        setReady(true);
+        quit();
+        return;
+    }
+    sessionStarted = true;
+    // Reading the configuration seeds this run's table of enabled
+    // repositories from the files and the --enablerepo/--disablerepo
+    // requests; a file that cannot be read has been reported in a box.
+    yumConfIO->read(this);
+    session->collect(repoEnable);
+    model->reset();
+    mainPanel->show();
+    view->resizeColumnsToContents();
+    filtersearch();
+    setReady(true);
     initialized = true;
+}
+
+void MainWindow::setReady(bool ready)
+{
+    {
+        // The probes below may ask the interpreter.
+        Python::PyGILStateWrapper gil(ready && sessionStarted);
+        programMenu->setEnabled(ready);
+        quitAction->setEnabled(ready);
+        mainPanel->setEnabled(ready);
+    }
+    if (ready)
+        QApplication::restoreOverrideCursor();
+    else
+        QApplication::setOverrideCursor(Qt::BusyCursor);
+    // Paint the change before a long operation starts.
+    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+}
+
+void MainWindow::recollect()
+{
+    session->clear();
+    session->collect(repoEnable);
+    model->reset();
+}
+
+void MainWindow::refresh()
+{
+    setReady(false);
+    // Files edited by hand since the last look count too.
+    if (yumConfIO)
+        yumConfIO->read(this);
+    recollect();
+    warnUnlistedActions();
+    stateChanged(-1);
+    setReady(true);
+}
+
+void MainWindow::resize()
+{
+    view->resizeColumnsToContents();
 }
 
 void MainWindow::quit()
 {
+    if (session)
+        session->clearEntriesBeforeQuit();
     if (logWindow && logWindow->isVisible())
         logWindow->hide();
     close();
+    // The log window shows the session's entries: it goes first.
+    delete logWindow;
+    logWindow = nullptr;
+    delete session;
+    session = nullptr;
 }
 
 void MainWindow::displayLog()
 {
+    if (!session)
+        return;
     if (!logWindow)
-        logWindow = new Log::Window(*log, this);
+        logWindow = new Log::Window(session->logEntries(), this);
     logWindow->show();
     logWindow->raise();
     logWindow->activateWindow();
@@ -216,9 +403,36 @@ void MainWindow::about()
             + tr("<p>For more information see %1.</p>").arg(QStringLiteral("https://quorvel.com/sorvan")));
 }
 
+void MainWindow::prepareFilterSearch()
+{
+    QString const text = regexpEdit->text();
+    if (text.isEmpty() || text == QLatin1String(".*") || !searchMode() || !sessionStarted)
+        return;
+    // No re-filtering against half-loaded data.
+    proxy->setFilter(false);
+    session->collectFileLists();
+    session->collectOtherData();
+    proxy->setFilter(true);
+}
+
+void MainWindow::filtersearch()
+{
+    bool const search = searchMode();
+    if (search)
+        setReady(false);
+    prepareFilterSearch();
+    proxy->setFilterRegExp(regexpEdit->text());
+    if (search)
+        setReady(true);
+    anyFilterChanged();
+}
+
 void MainWindow::modeChanged(int mode)
 {
-    if (mode == PackageTable::Search) {
+    bool const search = mode == PackageTable::Search;
+    if (search)
+        setReady(false);
+    if (search) {
         filterButton->setText(tr("Search"));
         regexpEdit->setToolTip(tr("Regular expression to compare to all fields of a package"));
         filterButton->setToolTip(tr("Perform the search for the regular expression specified to the left"));
@@ -227,6 +441,49 @@ void MainWindow::modeChanged(int mode)
         regexpEdit->setToolTip(tr("Regular expression filter matching textual fields visible in the table"));
         filterButton->setToolTip(tr("Apply the filter specified to the left"));
     }
+    prepareFilterSearch();
+    proxy->setMode(PackageTable::Mode(mode));
+    if (search)
+        setReady(initialized);
+    anyFilterChanged();
+}
+
+void MainWindow::stateFilterChanged(int index)
+{
+    bool const search = searchMode();
+    if (search)
+        setReady(false);
+    proxy->setStateFilter(PackageTable::StateFilter(index));
+    if (search)
+        setReady(initialized);
+    anyFilterChanged();
+}
+
+void MainWindow::dupsFilterChanged(int state)
+{
+    bool const search = searchMode();
+    if (search)
+        setReady(false);
+    proxy->setDupsFilter(state != 0);
+    if (search)
+        setReady(initialized);
+    anyFilterChanged();
+}
+
+void MainWindow::groupsFilterChanged(int state)
+{
+    bool const search = searchMode();
+    if (search)
+        setReady(false);
+    proxy->setGroupsFilter(state != 0);
+    if (search)
+        setReady(initialized);
+    anyFilterChanged();
+}
+
+void MainWindow::anyFilterChanged()
+{
+    warnUnlistedActions();
 }
 
 void MainWindow::collectedExtraData()
@@ -238,6 +495,76 @@ void MainWindow::collectedExtraData()
                             "packages, including list of Files, Change Log, Requires, "
                             "etc.,\n\tindependently.  It is considerably "
                             "slower.");
-    // Nothing is loaded yet: the file lists and change logs come with the session.
-    modeBox->setToolTip(tr("%1 (Must load extra data.)").arg(text));
+    if (session && session->fileListsLoaded() && session->otherDataLoaded())
+        modeBox->setToolTip(text);
+    else
+        modeBox->setToolTip(tr("%1 (Must load extra data.)").arg(text));
+}
+
+void MainWindow::warnUnlistedActions()
+{
+    if (session) {
+        int row = 0;
+        for (Package::Entry const* entry : *session) {
+            if (entry->action != Package::NoAction && !proxy->mapFromSource(model->index(row, 0)).isValid()) {
+                // Only a shown warning paints its background.
+                warningLabel->setAutoFillBackground(true);
+                warningLabel->setText(tr("Unlisted Actions"));
+                warningLabel->setToolTip(tr(
+                    "Some packages have actions specified, but because of the current\nMode, Filter, Search, "
+                    "State, Duplicates, and Groups settings,\nthese packages are not listed "
+                    "currently.\nPressing "
+                    "Apply will cause these actions to occur nonetheless."));
+                return;
+            }
+            ++row;
+        }
+    }
+    warningLabel->setAutoFillBackground(false);
+    warningLabel->setText(QString());
+    warningLabel->setToolTip(QString());
+}
+
+void MainWindow::stateChanged(int row)
+{
+    bool any = false;
+    if (session) {
+        if (row != -1 && row < session->count()) {
+            any = (*session)[row]->action != Package::NoAction;
+        }
+        if (!any) {
+            for (Package::Entry const* entry : *session) {
+                if (entry->action != Package::NoAction) {
+                    any = true;
+                    break;
+                }
+            }
+        }
+    }
+    applyButton->setEnabled(any);
+}
+
+void MainWindow::currentChanged(int current, int)
+{
+    describeButton->setEnabled(current != -1);
+}
+
+void MainWindow::setSelected()
+{
+    model->setSelected(view->selectedRows());
+    stateChanged(-1);
+    warnUnlistedActions();
+}
+
+void MainWindow::setUpdateListed()
+{
+    proxy->setUpdateListed();
+    stateChanged(-1);
+}
+
+void MainWindow::clearActions()
+{
+    model->clearActions();
+    warnUnlistedActions();
+    stateChanged(-1);
 }

@@ -8,24 +8,33 @@
 #include <QList>
 #include <QMainWindow>
 #include <QString>
-#include <memory>
 
 class QAction;
 class QCheckBox;
 class QComboBox;
 class QLineEdit;
 class QPushButton;
+class HFrameLabel;
 class HMenu;
 class HProgressBar;
+class YumConfIO;
+class YumIO;
 
 namespace Log
 {
-class EntryList;
 class Window;
 } // namespace Log
 
-// The program's one top-level window: menus, the filter bar, the package
-// table and the two progress bars.
+namespace PackageTable
+{
+class Model;
+class SortFilterProxyModel;
+class View;
+} // namespace PackageTable
+
+// The program's one top-level window and its controller: menus, the filter
+// bar, the package table, the action buttons and the two progress bars.  It
+// owns the yum session and starts it once the window is on the screen.
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
@@ -45,28 +54,53 @@ public:
     QSize sizeHint() const override;
     void setVisible(bool visible) override;
 
+    bool isInitialized() const { return initialized; }
+    YumIO* yumSession() const { return session; }
+
+    QIcon updateIcon;
+    QIcon clearIcon;
+    QIcon applyIcon;
+
     bool startRepoEditor;
     bool startLog;
     QList<YumRepoEnabled> repoRequests;
     QHash<QString, bool> repoEnable;
 
 public Q_SLOTS:
+    void resize();
+    void refresh();
     void initialize();
     void quit();
     void displayLog();
     void about();
+    void filtersearch();
+    void currentChanged(int current, int previous);
+    void stateChanged(int row = -1);
     void modeChanged(int mode);
     void collectedExtraData();
+    void stateFilterChanged(int index);
+    void dupsFilterChanged(int state);
+    void groupsFilterChanged(int state);
+    void setSelected();
+    void setUpdateListed();
+    void clearActions();
 
 private:
     void createMenuBar();
     void createMainArea();
+    void setReady(bool ready);
+    void recollect();
+    void prepareFilterSearch();
+    void anyFilterChanged();
+    void warnConfigure();
+    void warnUnlistedActions();
+    bool searchMode() const;
 
-    QIcon updateIcon;
-    QIcon clearIcon;
-    QIcon applyIcon;
-
+    YumIO* session;
+    YumConfIO* yumConfIO;
     bool initialized;
+    // The interpreter and the script run: extra data can be loaded.
+    bool sessionStarted;
 
     HMenu* programMenu;
     QAction* quitAction;
@@ -83,9 +117,16 @@ private:
     QCheckBox* groupsCheck;
     QCheckBox* dupsCheck;
 
+    PackageTable::Model* model;
+    PackageTable::SortFilterProxyModel* proxy;
+    PackageTable::View* view;
+
+    QPushButton* describeButton;
+    HFrameLabel* warningLabel;
+    QPushButton* applyButton;
+
     HProgressBar* itemBar;
     HProgressBar* totalBar;
 
-    std::unique_ptr<Log::EntryList> log;
     Log::Window* logWindow;
 };
