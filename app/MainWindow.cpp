@@ -38,6 +38,7 @@ MainWindow::MainWindow()
     , yumConfIO(nullptr)
     , initialized(false)
     , sessionStarted(false)
+    , busyCursor(false)
     , logWindow(nullptr)
 {
     setObjectName(QStringLiteral("MainWindow"));
@@ -328,10 +329,13 @@ void MainWindow::setReady(bool ready)
         quitAction->setEnabled(ready);
         mainPanel->setEnabled(ready);
     }
-    if (ready)
+    // One busy cursor at most: a filter change before start-up asks for
+    // "not ready" twice without a "ready" in between.
+    if (ready && busyCursor)
         QApplication::restoreOverrideCursor();
-    else
+    else if (!ready && !busyCursor)
         QApplication::setOverrideCursor(Qt::BusyCursor);
+    busyCursor = !ready;
     // Paint the change before a long operation starts.
     QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
 }

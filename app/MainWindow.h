@@ -101,6 +101,7 @@ private:
     bool initialized;
     // The interpreter and the script run: extra data can be loaded.
     bool sessionStarted;
+    bool busyCursor;
 
     HMenu* programMenu;
     QAction* quitAction;

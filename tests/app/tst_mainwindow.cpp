@@ -1,0 +1,218 @@
+// The main window on a real collection of a sandbox root: start-up options,
+// the search's extra data, the unlisted-actions warning, and the busy state.
+#include "app/MainWindow.h"
+#include "app/Startup.h"
+#include "packagetable/PackageTableModel.h"
+#include "packagetable/PackageTableSortFilterProxyModel.h"
+#include "packagetable/PackageTableView.h"
+#include "widgets/HFrameLabel.h"
+#include "yumio/YumIO.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QProcess>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+class TestMainWindow : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void startupOptionsAndSearch();
+    void unlistedActionsWarning();
+    void busyWhileCollecting();
+    void quitEndsTheSession();
+
+private:
+    template <typename T>
+    T* child(char const* name) const
+    {
+        T* found = window->findChild<T*>(QString::fromLatin1(name));
+        if (!found)
+            qFatal("no child %s", name);
+        return found;
+    }
+    QStringList listedNames() const;
+    int modelRow(QString const& name) const;
+    void filterTo(QString const& regexp);
+
+    QTemporaryDir root;
+    MainWindow* window = nullptr;
+    PackageTable::View* view = nullptr;
+    int extraDataSignals = 0;
+};
+
+void TestMainWindow::initTestCase()
+{
+    QVERIFY(root.isValid());
+    // A root of its own: the session locks it and tests run side by side.
+    QString const sandbox = qEnvironmentVariable("SORVAN_BINARY_DIR") + QStringLiteral("/sandbox");
+    QString const clone = root.filePath(QStringLiteral("root"));
+    QProcess tool;
+    tool.start(QStringLiteral("/usr/bin/python3"),
+        { QStringLiteral("-I"), qEnvironmentVariable("SORVAN_SOURCE_DIR") + "/tools/sandbox/sandbox.py",
+            QStringLiteral("clone"), sandbox, clone });
+    QVERIFY(tool.waitForFinished(120000));
+    QVERIFY2(tool.exitCode() == 0, tool.readAllStandardError().constData());
+    qputenv("SORVANROOT", clone.toLocal8Bit());
+
+    window = new MainWindow;
+    view = child<PackageTable::View>("view");
+    connect(window->yumSession(), &YumIO::collectedExtraData, this, [this] { ++extraDataSignals; });
+
+    QList<QByteArray> args { "sorvan", "--state=all", "--groups", "--mode=search", "--regexp=foo" };
+    QVector<char*> argv;
+    for (QByteArray& arg : args)
+        argv.append(arg.data());
+    argv.append(nullptr);
+    QCOMPARE(Startup::parseCommandLine(int(args.size()), argv.data(), *window), -1);
+    // Nothing is loaded before the window is up.
+    QCOMPARE(extraDataSignals, 0);
+
+    window->show();
+    QTRY_VERIFY_WITH_TIMEOUT(window->isInitialized(), 120000);
+}
+
+QStringList TestMainWindow::listedNames() const
+{
+    QStringList names;
+    QAbstractItemModel* proxy = view->QTableView::model();
+    for (int row = 0; row < proxy->rowCount(); ++row)
+        names << proxy->index(row, 3).data().toString();
+    return names;
+}
+
+int TestMainWindow::modelRow(QString const& name) const
+{
+    PackageTable::Model* model = view->tableModel();
+    for (int row = 0; row < model->rowCount(); ++row) {
+        if (model->index(row, 3).data().toString() == name)
+            return row;
+    }
+    return -1;
+}
+
+void TestMainWindow::filterTo(QString const& regexp)
+{
+    child<QLineEdit>("regexpEdit")->setText(regexp);
+    QTest::mouseClick(child<QPushButton>("filterButton"), Qt::LeftButton);
+}
+
+void TestMainWindow::startupOptionsAndSearch()
+{
+    QCOMPARE(child<QComboBox>("stateBox")->currentText(), QStringLiteral("View All"));
+    QVERIFY(child<QCheckBox>("groupsCheck")->isChecked());
+    QCOMPARE(child<QComboBox>("modeBox")->currentIndex(), int(PackageTable::Search));
+    QCOMPARE(child<QPushButton>("filterButton")->text(), QStringLiteral("Search"));
+    QCOMPARE(child<QLineEdit>("regexpEdit")->toolTip(),
+        QStringLiteral("Regular expression to compare to all fields of a package"));
+    QVERIFY(child<QWidget>("mainPanel")->isVisible());
+    QVERIFY(child<QWidget>("mainPanel")->isEnabled());
+
+    // The search needed the file lists and the change logs: each loaded once.
+    YumIO* session = window->yumSession();
+    QVERIFY(session->fileListsLoaded());
+    QVERIFY(session->otherDataLoaded());
+    QCOMPARE(extraDataSignals, 2);
+    QVERIFY(!child<QComboBox>("modeBox")->toolTip().contains(QStringLiteral("(Must load extra data.)")));
+
+    // sv-libfoo by name, sv-app through its requirement on it; nothing that
+    // does not mention foo anywhere.
+    QStringList const names = listedNames();
+    QVERIFY2(names.contains(QStringLiteral("sv-libfoo")), qPrintable(names.join(u',')));
+    QVERIFY2(names.contains(QStringLiteral("sv-app")), qPrintable(names.join(u',')));
+    QVERIFY(!names.contains(QStringLiteral("sv-docs")));
+    QVERIFY(!names.contains(QStringLiteral("SORVAN Core")));
+}
+
+void TestMainWindow::unlistedActionsWarning()
+{
+    child<QComboBox>("modeBox")->setCurrentIndex(PackageTable::Filter);
+    filterTo(QStringLiteral(".*"));
+    HFrameLabel* warning = child<HFrameLabel>("warningLabel");
+    QPushButton* clear = child<QPushButton>("clearButton");
+    QCOMPARE(warning->text(), QString());
+    QRect const clearGeometry = clear->geometry();
+
+    int const row = modelRow(QStringLiteral("sv-docs"));
+    QVERIFY(row >= 0);
+    PackageTable::Model* model = view->tableModel();
+    model->setAction(model->index(row, 0), Package::Update);
+    QCOMPARE(window->yumSession()->operator[](row)->action, Package::Update);
+
+    filterTo(QStringLiteral("^sv-tool"));
+    QVERIFY(!listedNames().contains(QStringLiteral("sv-docs")));
+    QCOMPARE(warning->text(), QStringLiteral("Unlisted Actions"));
+    QVERIFY(warning->toolTip().startsWith(QStringLiteral("Some packages have actions specified")));
+    QCOMPARE(clear->geometry(), clearGeometry);
+
+    filterTo(QStringLiteral("docs"));
+    QCOMPARE(warning->text(), QString());
+    QCOMPARE(clear->geometry(), clearGeometry);
+
+    // A state filter that hides it warns as well; clearing the actions ends it.
+    child<QComboBox>("stateBox")->setCurrentIndex(PackageTable::Installable);
+    QCOMPARE(warning->text(), QStringLiteral("Unlisted Actions"));
+    QTest::mouseClick(clear, Qt::LeftButton);
+    QCOMPARE(warning->text(), QString());
+    QCOMPARE(window->yumSession()->operator[](row)->action, Package::NoAction);
+}
+
+void TestMainWindow::busyWhileCollecting()
+{
+    QWidget* panel = child<QWidget>("mainPanel");
+    QAction* logAction = nullptr;
+    for (QAction* action : child<QMenu>("windowsMenu")->actions()) {
+        if (action->text() == QStringLiteral("&Log"))
+            logAction = action;
+    }
+    QVERIFY(logAction);
+
+    bool sawBusy = false;
+    bool panelEnabled = true;
+    bool logEnabled = false;
+    bool logShown = false;
+    QTimer probe;
+    probe.setInterval(0);
+    connect(&probe, &QTimer::timeout, this, [&] {
+        if (window->isInitialized() && QApplication::overrideCursor() && !sawBusy) {
+            sawBusy = true;
+            panelEnabled = panel->isEnabled();
+            logEnabled = logAction->isEnabled();
+            logAction->trigger();
+            for (QWidget* top : QApplication::topLevelWidgets()) {
+                if (top->windowTitle() == QStringLiteral("SORVAN Log") && top->isVisible())
+                    logShown = true;
+            }
+        }
+    });
+    probe.start();
+    QMetaObject::invokeMethod(window, "refresh");
+    probe.stop();
+
+    QVERIFY(sawBusy);
+    QVERIFY(!panelEnabled);
+    QVERIFY(logEnabled);
+    QVERIFY(logShown);
+    QVERIFY(panel->isEnabled());
+    QVERIFY(!QApplication::overrideCursor());
+    QVERIFY(window->yumSession()->count() > 0);
+}
+
+void TestMainWindow::quitEndsTheSession()
+{
+    QVERIFY(window->isVisible());
+    QMetaObject::invokeMethod(window, "quit");
+    QVERIFY(!window->isVisible());
+    QCOMPARE(window->yumSession(), nullptr);
+}
+
+QTEST_MAIN(TestMainWindow)
+#include "tst_mainwindow.moc"
