@@ -4,6 +4,7 @@
 #include "widgets/HTextEdit.h"
 
 #include <QEventLoop>
+#include <QFontDatabase>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
@@ -58,8 +59,11 @@ Window::Window(EntryList& list, QWidget* parent)
     connect(levelBox, &QSpinBox::valueChanged, this, &Window::levelChanged);
 
     area->setReadOnly(true);
+    // yum's and rpm's output comes in columns.
+    area->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    area->setTabStopDistance(8 * area->fontMetrics().horizontalAdvance(u' '));
     // The rich-text parser would fold the blanks and tabs that escape() turns
-    // into references; columns of yum's and rpm's output must stay aligned.
+    // into references.
     area->document()->setDefaultStyleSheet(QStringLiteral("font { white-space: pre-wrap; }"));
 
     auto* close = new QPushButton(tr("&Close"), this);

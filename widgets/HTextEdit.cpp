@@ -40,8 +40,6 @@ HTextEdit* HTextEdit::plainViewer(QString const& text, QWidget* parent)
         widest = std::max(widest, columnsOf(line));
         ++count;
     }
-    if (text.endsWith(u'\n'))
-        --count;
     // Small texts get a comfortable area, long ones scroll inside a window
     // that still fits on a laptop screen.
     auto* area = new HTextEdit(std::clamp(widest + 1, 50, 110), std::clamp(count, 6, 28), parent);
@@ -69,11 +67,13 @@ QSize HTextEdit::sizeHint() const
 {
     if (columns <= 0 || lines <= 0)
         return QTextEdit::sizeHint();
-    QFontMetrics const metrics(font());
-    int const margins = 2 * frameWidth() + 2 * qCeil(document()->documentMargin());
+    QFontMetricsF const metrics(font());
+    // The document lays lines out at fractional heights; round the total, not
+    // each line, so that `lines` lines really fit.
+    qreal const margins = 2 * frameWidth() + 2 * document()->documentMargin();
     int const width
-        = columns * metrics.averageCharWidth() + margins + verticalScrollBar()->sizeHint().width();
-    int const height = lines * metrics.lineSpacing() + margins;
+        = qCeil(columns * metrics.averageCharWidth() + margins) + verticalScrollBar()->sizeHint().width();
+    int const height = qCeil(lines * metrics.lineSpacing() + margins);
     return { width, height };
 }
 

@@ -210,7 +210,9 @@ void TestDialogs::confirm()
     QFETCH(int, result);
 
     QString const text = "Transaction to be performed:\n\tInstall: foo 1.0-1 (noarch) [local]\n"
-                         "\tRemove: <bar> 2:3.0-4 (x86_64)\nTotal download size: 12 k\n";
+                         "\tUpdate: bar 2:3.0-4 (x86_64) [updates]\n\tRemove: <baz> 0.9-1 (noarch)\n"
+                         "Performing the following to resolve dependencies:\n"
+                         "\tInstall: libfoo 1.0-1 (x86_64) [local]\nTotal download size: 1.2 M\n";
     QWidget parent;
     ScrollableConfirmDialog dialog(text, reject, accept, &parent);
     dialog.setWindowTitle("Query");
@@ -222,7 +224,9 @@ void TestDialogs::confirm()
     QCOMPARE(area->toPlainText(), text);
     QVERIFY(area->isReadOnly());
 
+    bool scrolled = true;
     whenShown(&dialog, [&] {
+        scrolled = area->verticalScrollBar()->maximum() > 0 || area->horizontalScrollBar()->maximum() > 0;
         if (answer == "accept")
             dialog.acceptButton()->click();
         else if (answer == "reject")
@@ -234,6 +238,8 @@ void TestDialogs::confirm()
             QTest::keyClick(&dialog, Qt::Key_Escape);
     });
     QCOMPARE(dialog.exec(), result);
+    // A short transaction is shown whole, without scrolling.
+    QVERIFY(!scrolled);
 }
 
 void TestDialogs::errorDialog_data()
