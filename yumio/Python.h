@@ -70,8 +70,8 @@ public:
     // Starts the interpreter once per process, isolated from PYTHONPATH,
     // PYTHONHOME, the other PYTHON* variables and the user's site directory;
     // later calls, by this or another object, share it and return true at
-    // once.  On return the calling thread holds the
-    // interpreter lock.  Built-in extension modules must be registered with
+    // once.  On return the calling thread holds the interpreter lock.
+    // Built-in extension modules must be registered with
     // PyImport_AppendInittab before the first call: a derived class that
     // offers one registers it in its own initialize() and then calls this one.
     bool initialize();
