@@ -1,0 +1,7 @@
+#include "packagetable/HAbstractTableModel.h"
+
+void HAbstractTableModel::forceSortColumnRediscovery()
+{
+    beginResetModel();
+    endResetModel();
+}
