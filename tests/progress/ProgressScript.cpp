@@ -3,6 +3,7 @@
 #include "widgets/HProgressBar.h"
 
 #include <QThread>
+#include <algorithm>
 #include <functional>
 
 using Progress::Steps;
@@ -87,6 +88,15 @@ QStringList ProgressScript::expectedOf(QString const& line)
     return expected;
 }
 
+bool ProgressScript::throttled(QStringList const& records)
+{
+    for (QString const& record : records) {
+        if (record.startsWith(QLatin1String("value ")) || record.startsWith(QLatin1String("totalvalue ")))
+            return true;
+    }
+    return false;
+}
+
 bool ProgressScript::conclusive() const
 {
     return !sinceRestart.isValid() || sinceRestart.elapsed() <= 9;
@@ -115,6 +125,13 @@ QStringList ProgressScript::perform(QString const& step)
         arity(0);
         while (sinceRestart.isValid() && sinceRestart.elapsed() <= 9)
             QThread::msleep(1);
+        return good ? QStringList() : QStringList { QStringLiteral("bad step: ") + step };
+    }
+    if (op == QLatin1String("hold")) {
+        arity(0);
+        // Spinning, not sleeping: a sleep may overshoot the 2 ms window.
+        while (sinceRestarted.isValid() && sinceRestarted.elapsed() < 8)
+            QThread::yieldCurrentThread();
         return good ? QStringList() : QStringList { QStringLiteral("bad step: ") + step };
     }
 
@@ -190,12 +207,12 @@ QStringList ProgressScript::perform(QString const& step)
     started.start();
     call();
     // Every signal that restarts the throttle was emitted after `started`.
-    for (QString const& record : std::as_const(records)) {
-        if (record.startsWith(QLatin1String("item ")) || record.startsWith(QLatin1String("value "))
-            || record.startsWith(QLatin1String("totalvalue "))) {
-            sinceRestart = started;
-            break;
-        }
+    bool const restarted = throttled(records)
+        || std::any_of(records.cbegin(), records.cend(),
+            [](QString const& record) { return record.startsWith(QLatin1String("item ")); });
+    if (restarted) {
+        sinceRestart = started;
+        sinceRestarted.start();
     }
     return records;
 }

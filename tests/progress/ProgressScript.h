@@ -20,7 +20,7 @@ class HProgressBar;
 //   slotend <slot>                      slotretry <slot>
 //   endbatch                            value <v>
 //   totalvalue <v>                      reset
-//   wait
+//   wait                                hold
 // Records:
 //   total <activity> <tail>             item <activity> <totalValue> <tail>
 //   activity <activity>                 count <totalValue>
@@ -30,10 +30,12 @@ class HProgressBar;
 //
 // The model's value throttle lets a signal through once more than 9 ms have
 // passed since its last restart, which happens inside the model.  The runner
-// keeps a stopwatch that it starts just before every step that turns out to
-// have restarted that throttle, so the stopwatch never shows less than the
-// model's own.  "wait" lets it pass 9 ms, after which the next value signal
-// is certain; while it still shows 9 ms or less, suppression is certain.
+// keeps two stopwatches around every step that turns out to have restarted
+// that throttle: one started just before the step, which never shows less
+// than the model's own, and one started just after it, which never shows
+// more.  "wait" lets the first pass 9 ms, after which the next value signal
+// is certain.  "hold" lets the second reach 8 ms: while the first still shows
+// 9 ms or less, the model's own shows 8 or 9, and suppression is certain.
 class ProgressScript
 {
 public:
@@ -52,6 +54,9 @@ public:
     // decided by the model, not by the machine's speed.
     bool conclusive() const;
 
+    // True when the records hold a signal of the value throttle.
+    static bool throttled(QStringList const& records);
+
     static QString threadsRecord(Progress::ThreadsState const& threads);
     // One line of a bar's state: "[activity] value minimum..maximum on|off".
     static QString barState(HProgressBar const& bar);
@@ -65,5 +70,6 @@ private:
     Progress::Object& model;
     QStringList records;
     QElapsedTimer sinceRestart;
+    QElapsedTimer sinceRestarted;
     QList<QMetaObject::Connection> connections;
 };

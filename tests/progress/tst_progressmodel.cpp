@@ -242,6 +242,16 @@ void TestProgressModel::script_data()
         "wait",
         "value 30 -> value 30 30",
     };
+    QTest::newRow("a value 8 ms after the last is still held back") << QStringList {
+        "total T 100 -> total T 100",
+        "item A 100 100 -> item A 0 100",
+        "wait",
+        "value 10 -> value 10 10",
+        "hold",
+        "value 20",
+        "wait",
+        "value 30 -> value 30 30",
+    };
     QTest::newRow("the start of an item closes the throttle") << QStringList {
         "total T 100 -> total T 100",
         "item A 100 100 -> item A 0 100",
@@ -330,9 +340,10 @@ void TestProgressModel::script()
 {
     QFETCH(QStringList, lines);
 
-    // A step whose outcome the machine's speed could have decided (see
-    // ProgressScript) and that came out otherwise is not held against the
-    // model: the whole script runs again on a fresh model.
+    // A value signal that was to be held back but came through after the
+    // runner's stopwatch passed 9 ms may have been let through rightly (see
+    // ProgressScript): the machine was slow, not the model wrong.  The whole
+    // script then runs again on a fresh model.
     int const attempts = 100;
     for (int attempt = 0; attempt < attempts; ++attempt) {
         HProgressBar total;
@@ -343,7 +354,8 @@ void TestProgressModel::script()
         for (QString const& line : lines) {
             QStringList const got = script.perform(ProgressScript::stepOf(line));
             QStringList const expected = ProgressScript::expectedOf(line);
-            if (got != expected && !script.conclusive()) {
+            if (got != expected && !script.conclusive() && !ProgressScript::throttled(expected)
+                && ProgressScript::throttled(got)) {
                 decided = false;
                 break;
             }
