@@ -1,0 +1,65 @@
+#pragma once
+
+// Python's header first: it sets feature macros the C library headers read.
+#include "yumio/YumIO.h"
+
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QTimer>
+
+// What the session's tests share: copies of the sandbox's root, a way to run
+// Python in the session's interpreter, and a user who answers the dialogs.
+
+namespace SessionTest
+{
+
+// Copies the sandbox's root (built by the sandbox fixture) to `destination`;
+// false with the reason in `failure`.
+bool cloneRoot(QString const& destination, QString* failure);
+// The sandbox tool's directory and interpreter, for helper processes.
+QString sandboxDir();
+QString python();
+// The native architecture of the sandbox's packages.
+QString nativeArch();
+
+// Runs statements in __main__ of the session's interpreter; the caller is the
+// GUI thread, which holds the interpreter lock.  False when they raised.
+bool pyRun(QString const& code);
+// The value of an expression as text (its str()); empty when it raised.
+QString pyEval(QString const& expression);
+
+// A dialog that was shown, as the user saw it.
+struct Dialog {
+    enum Kind { Critical, Warning, Question, Scrollable, Other };
+    Kind kind = Other;
+    QString title;
+    QString text;
+};
+
+// Watches for modal dialogs, records each and answers it: the button of a
+// message box whose text is `answer` (else its standard button, else its
+// first), accept or reject of the scrollable dialogs.  Dialogs shown by the
+// session are modal and run their own loop; the watcher's timer runs inside
+// it.
+class DialogAnswerer : public QObject
+{
+    Q_OBJECT
+
+public:
+    DialogAnswerer();
+
+    QList<Dialog> dialogs;
+    QString answer;
+    bool accept = true;
+
+    // Titles and texts, one per dialog, for failure messages.
+    QString summary() const;
+    void clear() { dialogs.clear(); }
+
+private:
+    void look();
+    QTimer timer;
+};
+
+} // namespace SessionTest
