@@ -97,11 +97,6 @@ bool ProgressScript::throttled(QStringList const& records)
     return false;
 }
 
-bool ProgressScript::conclusive() const
-{
-    return !sinceRestart.isValid() || sinceRestart.elapsed() <= 9;
-}
-
 QStringList ProgressScript::perform(QString const& step)
 {
     QStringList const words = step.split(QLatin1Char(' '), Qt::SkipEmptyParts);
@@ -206,6 +201,9 @@ QStringList ProgressScript::perform(QString const& step)
     QElapsedTimer started;
     started.start();
     call();
+    // Judged by the stopwatch of the restart before this step: the step may
+    // restart the throttle itself.
+    lastConclusive = !sinceRestart.isValid() || sinceRestart.elapsed() <= 9;
     // Every signal that restarts the throttle was emitted after `started`.
     bool const restarted = throttled(records)
         || std::any_of(records.cbegin(), records.cend(),

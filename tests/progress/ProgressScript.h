@@ -48,11 +48,12 @@ public:
     // signals it emitted.
     QStringList perform(QString const& step);
 
-    // True while the model's value throttle is certainly still closed, or
-    // was never started (then it is certainly open, and a suppressed signal
-    // would be a real fault too): either way the outcome of a step was
-    // decided by the model, not by the machine's speed.
-    bool conclusive() const;
+    // True when, during the last step, the model's value throttle was
+    // certainly still closed, or had never been started (then it was
+    // certainly open, and a suppressed signal would be a real fault too):
+    // either way the outcome was decided by the model, not by the machine's
+    // speed.
+    bool conclusive() const { return lastConclusive; }
 
     // True when the records hold a signal of the value throttle.
     static bool throttled(QStringList const& records);
@@ -71,5 +72,6 @@ private:
     QStringList records;
     QElapsedTimer sinceRestart;
     QElapsedTimer sinceRestarted;
+    bool lastConclusive = true;
     QList<QMetaObject::Connection> connections;
 };
