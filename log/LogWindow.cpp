@@ -12,6 +12,7 @@
 #include <QPushButton>
 #include <QScrollBar>
 #include <QSpinBox>
+#include <QTextCursor>
 #include <QVBoxLayout>
 
 namespace Log
@@ -59,6 +60,8 @@ Window::Window(EntryList& list, QWidget* parent)
     connect(levelBox, &QSpinBox::valueChanged, this, &Window::levelChanged);
 
     area->setReadOnly(true);
+    // The log only grows; an undo history of it would only take memory.
+    area->setUndoRedoEnabled(false);
     // yum's and rpm's output comes in columns.
     area->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     area->setTabStopDistance(8 * area->fontMetrics().horizontalAdvance(u' '));
@@ -136,10 +139,15 @@ void Window::appended()
         examined = list.entries.size();
     }
     quint32 const threshold = quint32(levelBox->value());
+    // One edit block around the whole batch lays the document out once, not
+    // once per line.
+    QTextCursor batch(area->document());
+    batch.beginEditBlock();
     for (Entry const& entry : std::as_const(fresh)) {
         if (entry.level <= threshold)
             area->appendCompact(format(entry));
     }
+    batch.endEditBlock();
     // Paint the new lines now, even while a long operation keeps the event
     // loop away; user input waits.
     QEventLoop loop;

@@ -3,6 +3,7 @@
 #include "widgets/HTextEdit.h"
 
 #include <QApplication>
+#include <QMutexLocker>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QSpinBox>
@@ -69,6 +70,7 @@ private Q_SLOTS:
     void connectedOnlyWhileVisible();
     void openingShowsEverythingScrolledToTheEnd();
     void workerAppendsArriveQueued();
+    void writersRaceTheWindow();
     void keys_data();
     void keys();
     void closeButtonHides();
@@ -321,6 +323,57 @@ void TestLogWindow::workerAppendsArriveQueued()
     QStringList const shown = lines(window);
     for (int i = 0; i < count; ++i)
         QCOMPARE(shown.at(i), QStringLiteral("worker %1").arg(i));
+}
+
+void TestLogWindow::writersRaceTheWindow()
+{
+    // Two work threads write while the window reads and the user changes the
+    // level: every line arrives once, each writer's lines in their order.
+    EntryList list;
+    Log::Window window(list);
+    window.setLevel(10);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+
+    int const count = 1500;
+    auto writer = [&list](QString const& name) {
+        for (int i = 0; i < count; ++i) {
+            {
+                QMutexLocker locker(&list.mutex);
+                list.entries.append(
+                    Entry { Log::Output, quint32(i % 11), QStringLiteral("%1 %2").arg(name).arg(i) });
+            }
+            list.emitAppended();
+        }
+    };
+    QThread* first = QThread::create(writer, QStringLiteral("a"));
+    QThread* second = QThread::create(writer, QStringLiteral("b"));
+    first->start();
+    second->start();
+    int level = 10;
+    while (!first->isFinished() || !second->isFinished()) {
+        QApplication::processEvents();
+        level = level == 10 ? 9 : 10;
+        window.setLevel(level);
+    }
+    first->wait();
+    second->wait();
+    delete first;
+    delete second;
+    window.setLevel(10);
+    QTRY_COMPARE(lines(window).size(), 2 * count);
+
+    QStringList const shown = lines(window);
+    int nextA = 0;
+    int nextB = 0;
+    for (QString const& line : shown) {
+        if (line.startsWith("a "))
+            QCOMPARE(line, QStringLiteral("a %1").arg(nextA++));
+        else
+            QCOMPARE(line, QStringLiteral("b %1").arg(nextB++));
+    }
+    QCOMPARE(nextA, count);
+    QCOMPARE(nextB, count);
 }
 
 void TestLogWindow::keys_data()
