@@ -52,7 +52,6 @@ private Q_SLOTS:
     void goesAway();
     void staysWhileInside();
     void liveTipFollowsItsSource();
-    void nothingWithoutWidget();
 
 private:
     QWidget* window = nullptr;
@@ -230,14 +229,6 @@ void TestGeneralTip::liveTipFollowsItsSource()
     QTest::qWait(3 * GeneralTip::refreshInterval);
     QCOMPARE(still.builds, 1);
     QCOMPARE(labels(GeneralTip::current()).last(), QString("In Progress"));
-}
-
-void TestGeneralTip::nothingWithoutWidget()
-{
-    Source source;
-    GeneralTip::showTip(QPoint(10, 10), build, &source, nullptr, false);
-    QVERIFY(!GeneralTip::current());
-    QCOMPARE(source.builds, 0);
 }
 
 QTEST_MAIN(TestGeneralTip)
