@@ -102,6 +102,21 @@ YumIOCapturers::~YumIOCapturers()
     minion->deleteLater();
 }
 
+void YumIOCapturers::sync()
+{
+    if (!active)
+        return;
+    if (onGuiThread()) {
+        minion->readStdout();
+        minion->readStderr();
+        return;
+    }
+    minion->semaphore.acquire();
+    QMetaObject::invokeMethod(minion, &YumIOCapturersMinion::drain, Qt::QueuedConnection);
+    minion->semaphore.acquire();
+    minion->semaphore.release();
+}
+
 // --- the minion -----------------------------------------------------------------
 
 YumIOCapturersMinion::YumIOCapturersMinion(YumIO* io, int outRead, int errRead)
@@ -146,21 +161,28 @@ void YumIOCapturersMinion::finalize()
     semaphore.release();
 }
 
+void YumIOCapturersMinion::drain()
+{
+    readStdout();
+    readStderr();
+    semaphore.release();
+}
+
 void YumIOCapturersMinion::readStdout()
 {
-    QString const text = drain(outRead, outDecoder, outNotifier);
+    QString const text = takeAvailable(outRead, outDecoder, outNotifier);
     if (!text.isEmpty())
         io->writeStdout(text);
 }
 
 void YumIOCapturersMinion::readStderr()
 {
-    QString const text = drain(errRead, errDecoder, errNotifier);
+    QString const text = takeAvailable(errRead, errDecoder, errNotifier);
     if (!text.isEmpty())
         io->writeStderr(text);
 }
 
-QString YumIOCapturersMinion::drain(int fd, QStringDecoder& decoder, QSocketNotifier* notifier)
+QString YumIOCapturersMinion::takeAvailable(int fd, QStringDecoder& decoder, QSocketNotifier* notifier)
 {
     if (fd < 0)
         return QString();
@@ -189,6 +211,8 @@ YumIOCapturersUser::YumIOCapturersUser(YumIOCapturers*& slot, YumIO* io)
     : slot(slot)
     , previous(slot)
 {
+    if (previous)
+        previous->sync();
     slot = new YumIOCapturers(io);
 }
 

@@ -24,6 +24,9 @@ public:
 
     // The capture works: both descriptors go to the pipes.
     bool capturing() const { return active; }
+    // Returns once everything written to the pipes so far is in the log: a
+    // capture that starts inside this one must not overtake it.
+    void sync();
 
 private:
     YumIO* io;
@@ -50,12 +53,14 @@ public:
 public Q_SLOTS:
     void initialize();
     void finalize();
+    // Reads what the pipes hold and gives the permit back.
+    void drain();
     void readStdout();
     void readStderr();
 
 private:
     // Everything the pipe holds now, as text; stops reading at its end.
-    QString drain(int fd, QStringDecoder& decoder, QSocketNotifier* notifier);
+    QString takeAvailable(int fd, QStringDecoder& decoder, QSocketNotifier* notifier);
 
     YumIO* io;
     bool active = false;
