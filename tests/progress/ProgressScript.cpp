@@ -118,7 +118,7 @@ QStringList ProgressScript::perform(QString const& step)
 
     if (op == QLatin1String("wait")) {
         arity(0);
-        while (sinceRestart.isValid() && sinceRestart.elapsed() <= 9)
+        while (sinceRestarted.isValid() && sinceRestarted.elapsed() <= 9)
             QThread::msleep(1);
         return good ? QStringList() : QStringList { QStringLiteral("bad step: ") + step };
     }

@@ -33,7 +33,7 @@ class HProgressBar;
 // keeps two stopwatches around every step that turns out to have restarted
 // that throttle: one started just before the step, which never shows less
 // than the model's own, and one started just after it, which never shows
-// more.  "wait" lets the first pass 9 ms, after which the next value signal
+// more.  "wait" lets the second pass 9 ms, after which the next value signal
 // is certain.  "hold" lets the second reach 8 ms: while the first still shows
 // 9 ms or less, the model's own shows 8 or 9, and suppression is certain.
 class ProgressScript
