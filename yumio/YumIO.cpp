@@ -62,6 +62,9 @@ YumIO::~YumIO()
         dropEntries(collected, true);
         Py_CLEAR(repoDict);
         Py_CLEAR(yumIO);
+        for (PyObject** name : { &names.returnSimple, &names.printVer, &names.size, &names.name, &names.arch,
+                 &names.group, &names.repoid, &names.summary, &names.buildtime })
+            Py_CLEAR(*name);
         setYumIOCTarget(nullptr);
     }
     delete dialogs;
@@ -92,6 +95,17 @@ bool YumIO::initialize()
 
     PyGILStateWrapper gil(true);
     setYumIOCTarget(this);
+    if (!names.returnSimple) {
+        names.returnSimple = PyUnicode_InternFromString("returnSimple");
+        names.printVer = PyUnicode_InternFromString("printVer");
+        names.size = PyUnicode_InternFromString("size");
+        names.name = PyUnicode_InternFromString("name");
+        names.arch = PyUnicode_InternFromString("arch");
+        names.group = PyUnicode_InternFromString("group");
+        names.repoid = PyUnicode_InternFromString("repoid");
+        names.summary = PyUnicode_InternFromString("summary");
+        names.buildtime = PyUnicode_InternFromString("buildtime");
+    }
 
     // yum's command-line modules look at sys.argv: give them a harmless
     // command.
@@ -379,6 +393,20 @@ QString YumIO::pyStringXDec(PyObject* object)
     if (!text)
         PyErr_Clear();
     return pyStringDec(text);
+}
+
+PyObject* YumIO::callMethod(PyObject* self, PyObject* method, PyObject* argument)
+{
+    PyObject* arguments[2] = { self, argument };
+    PyObject* result = PyObject_VectorcallMethod(method, arguments, argument ? 2 : 1, nullptr);
+    if (result || !PyErr_Occurred())
+        return result;
+    // Rare: call again the ordinary way, for the ordinary reports.
+    PyErr_Clear();
+    char const* name = PyUnicode_AsUTF8(method);
+    if (argument)
+        return pyMethodCall(self, name, "(O)", argument);
+    return pyMethodCall(self, name, "()");
 }
 
 QString YumIO::attributeString(PyObject* object, char const* attribute)

@@ -265,7 +265,9 @@ private:
     bool collectSet(QHash<EntryKey, Package::Entry*>& hash, PyObject* iterable, Package::State state);
     bool collectField(
         QHash<EntryKey, Package::Entry*>& hash, PyObject* object, char const* field, Package::State state);
-    bool collectPkg(Package::Entry*& slot, Package::State state, PyObject* pkg);
+    // Makes the entry of a package whose name and architecture were read.
+    bool collectPkg(Package::Entry*& slot, Package::State state, PyObject* pkg, QString const& name,
+        QString const& arch, QString const& baseArch);
     Package::Entry*& findUpdateablePackage(QHash<EntryKey, Package::Entry*>& hash, QString const& name,
         QString const& arch, QString const& baseArch);
     bool collectGroups(QHash<EntryKey, Package::Entry*>& hash, PyObject* groupInfo);
@@ -291,6 +293,28 @@ private:
     QStringList stringList(PyObject* iterable);
     quint64 sizeOf(PyObject* pkg);
     long buildTimeOf(PyObject* pkg);
+    // A method call with no argument or one, by an interned name: what the
+    // collection does some ten times for each of tens of thousands of
+    // packages.  A failure is reported as pyMethodCall() reports it.
+    PyObject* callMethod(PyObject* self, PyObject* method, PyObject* argument = nullptr);
+    // The package's returnSimple(field).
+    PyObject* returnSimple(PyObject* pkg, PyObject* field)
+    {
+        return callMethod(pkg, names.returnSimple, field);
+    }
+
+    // Those names, made once the interpreter runs.
+    struct Names {
+        PyObject* returnSimple = nullptr;
+        PyObject* printVer = nullptr;
+        PyObject* size = nullptr;
+        PyObject* name = nullptr;
+        PyObject* arch = nullptr;
+        PyObject* group = nullptr;
+        PyObject* repoid = nullptr;
+        PyObject* summary = nullptr;
+        PyObject* buildtime = nullptr;
+    } names;
 
     // --- details ---------------------------------------------------------------
     PyObject* getRpmHdrValue(PyObject* object, char const* tag);

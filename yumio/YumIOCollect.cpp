@@ -247,13 +247,19 @@ bool YumIO::collectSet(QHash<EntryKey, Package::Entry*>& hash, PyObject* iterabl
         return false;
     }
     while (PyObject* pkg = PyIter_Next(iterator)) {
-        QString const name = attributeString(pkg, "name");
-        QString const arch = attributeString(pkg, "arch");
+        PyObject* nameObject = PyObject_GetAttr(pkg, names.name);
+        if (!nameObject)
+            PyErr_Clear();
+        QString const name = pyStringDec(nameObject);
+        PyObject* archObject = PyObject_GetAttr(pkg, names.arch);
+        if (!archObject)
+            PyErr_Clear();
+        QString const arch = pyStringDec(archObject);
         QString const baseArch = getBiArch(arch);
         baseArchitectures.insert(baseArch);
         Package::Entry*& slot = findUpdateablePackage(hash, name, arch, baseArch);
         if (!slot) {
-            if (!collectPkg(slot, state, pkg)) {
+            if (!collectPkg(slot, state, pkg, name, arch, baseArch)) {
                 Py_DECREF(pkg);
                 Py_DECREF(iterator);
                 return false;
@@ -279,7 +285,7 @@ bool YumIO::collectSet(QHash<EntryKey, Package::Entry*>& hash, PyObject* iterabl
             Package::Entry* last = slot;
             while (last->next)
                 last = last->next;
-            if (!collectPkg(last->next, state, pkg)) {
+            if (!collectPkg(last->next, state, pkg, name, arch, baseArch)) {
                 Py_DECREF(pkg);
                 Py_DECREF(iterator);
                 return false;
@@ -311,7 +317,7 @@ bool YumIO::collectField(
 
 quint64 YumIO::sizeOf(PyObject* pkg)
 {
-    PyObject* size = pyMethodCall(pkg, "size", "()");
+    PyObject* size = callMethod(pkg, names.size);
     quint64 value = 0;
     if (size && PyLong_Check(size)) {
         value = PyLong_AsUnsignedLongLong(size);
@@ -326,7 +332,7 @@ quint64 YumIO::sizeOf(PyObject* pkg)
 
 long YumIO::buildTimeOf(PyObject* pkg)
 {
-    PyObject* time = pyMethodCall(pkg, "returnSimple", "(s)", "buildtime");
+    PyObject* time = returnSimple(pkg, names.buildtime);
     long value = 0;
     if (time && PyLong_Check(time)) {
         value = PyLong_AsLong(time);
@@ -339,7 +345,8 @@ long YumIO::buildTimeOf(PyObject* pkg)
     return value;
 }
 
-bool YumIO::collectPkg(Package::Entry*& slot, Package::State state, PyObject* pkg)
+bool YumIO::collectPkg(Package::Entry*& slot, Package::State state, PyObject* pkg, QString const& name,
+    QString const& arch, QString const& baseArch)
 {
     auto* entry = new Package::Entry;
     slot = entry;
@@ -348,17 +355,16 @@ bool YumIO::collectPkg(Package::Entry*& slot, Package::State state, PyObject* pk
     entry->action = Package::NoAction;
     entry->state = state;
     // Only the exact group name marks a suite.
-    entry->kind = pyStringDec(pyMethodCall(pkg, "returnSimple", "(s)", "group")) == QLatin1String("Suite")
-        ? Package::Suite
-        : Package::Ordinary;
-    entry->name = attributeString(pkg, "name");
-    entry->verRel = pyStringDec(pyMethodCall(pkg, "printVer", "()"));
-    entry->repo = pyStringDec(pyMethodCall(pkg, "returnSimple", "(s)", "repoid"));
-    entry->arch = attributeString(pkg, "arch");
-    entry->baseArch = getBiArch(entry->arch);
+    entry->kind = pyStringDec(returnSimple(pkg, names.group)) == QLatin1String("Suite") ? Package::Suite
+                                                                                        : Package::Ordinary;
+    entry->name = name;
+    entry->verRel = pyStringDec(callMethod(pkg, names.printVer));
+    entry->repo = pyStringDec(returnSimple(pkg, names.repoid));
+    entry->arch = arch;
+    entry->baseArch = baseArch;
     entry->size = sizeOf(pkg);
     entry->sizeText = Package::bytesFormat(entry->size);
-    entry->summary = pyStringDec(pyMethodCall(pkg, "returnSimple", "(s)", "summary"));
+    entry->summary = pyStringDec(returnSimple(pkg, names.summary));
     entry->buildTime = buildTimeOf(pkg);
     entry->buildTimeText = Package::timeFormat(entry->buildTime);
     return true;
