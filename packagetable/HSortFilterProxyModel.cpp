@@ -40,38 +40,45 @@ void HSortFilterProxyModel::setSourceModel(QAbstractItemModel* model)
     setSourceModel(qobject_cast<HAbstractTableModel*>(model));
 }
 
+// The source's reset makes the proxy decide and sort every row anew, which is
+// all that invalidate() and invalidateFilter() would do.
 void HSortFilterProxyModel::clear()
 {
-    invalidate();
     rediscover();
 }
 
 void HSortFilterProxyModel::filterChanged()
 {
-    invalidateFilter();
     rediscover();
 }
 
+// Rebuilt first, then told: a subclass whose verdicts already follow the new
+// expression leaves the toolkit nothing to change, where the other order
+// would have it remove or insert each changed row on its own (tens of
+// thousands of signals, each rippling through the views) before the rebuild.
+// A subclass that filters by the toolkit's own expression still ends right,
+// through that row-by-row update.
 void HSortFilterProxyModel::setFilterRegExp(QString const& pattern)
 {
-    setFilterRegularExpression(pattern);
     rediscover();
+    setFilterRegularExpression(pattern);
 }
 
 void HSortFilterProxyModel::setFilterRegExp(QRegularExpression const& regExp)
 {
-    setFilterRegularExpression(regExp);
     rediscover();
+    setFilterRegularExpression(regExp);
 }
 
 void HSortFilterProxyModel::rediscover()
 {
-    if (source) {
-        rediscovering = true;
-        source->forceSortColumnRediscovery();
-        rediscovering = false;
-    }
-    sort(sortColumn(), sortOrder());
+    // The rebuilt rows come sorted by the current column and order: sorting
+    // them once more would only repeat the work.
+    if (!source)
+        return;
+    rediscovering = true;
+    source->forceSortColumnRediscovery();
+    rediscovering = false;
 }
 
 int HSortFilterProxyModel::compareValues(QVariant const& left, QVariant const& right)

@@ -3,6 +3,10 @@
 #include "packagetable/PackageTableModel.h"
 #include "yumio/YumIO.h"
 
+#include <algorithm>
+#include <cstring>
+#include <numeric>
+
 namespace PackageTable
 {
 
@@ -14,23 +18,37 @@ SortFilterProxyModel::SortFilterProxyModel(
     , groups(groups)
     , yumIO(yumIO)
 {
+    // File lists and change logs make packages that are not installed
+    // searchable by more texts.
+    if (yumIO)
+        connect(yumIO, &YumIO::collectedExtraData, this, [this] { searchTexts.clear(); });
 }
 
 void SortFilterProxyModel::setSourceModel(HAbstractTableModel* source)
 {
     if (model)
         disconnect(model, &QAbstractItemModel::modelAboutToBeReset, this, nullptr);
-    cache.clear();
+    forgetCollection();
     model = qobject_cast<Model*>(source);
     HSortFilterProxyModel::setSourceModel(model);
     if (model) {
-        // A reset of the model is a new collection, whose entries the old
-        // verdicts do not describe; the proxy's own resets change nothing.
+        // A reset of the model is a new collection; the proxy's own resets
+        // change nothing.
         connect(model, &QAbstractItemModel::modelAboutToBeReset, this, [this] {
             if (!isRediscovering())
-                clearCache();
+                forgetCollection();
         });
     }
+}
+
+void SortFilterProxyModel::forgetCollection()
+{
+    cache.clear();
+    facts.clear();
+    lines.clear();
+    searchTexts.clear();
+    for (QList<qint32>& column : keys)
+        column.clear();
 }
 
 void SortFilterProxyModel::clearCache()
@@ -112,25 +130,12 @@ void SortFilterProxyModel::setFilterRegExp(QString const& text)
     expression = stripped;
     HSortFilterProxyModel::setFilterRegExp(stripped);
     // Decide every entry now, in one go, rather than piecemeal as the view
-    // scrolls: in Search mode this is the long part.
-    if (model) {
+    // scrolls: in Search mode this is the long part.  A view has had them
+    // all decided already.
+    if (model && filter && cache.size() != model->rowCount()) {
         for (int row = 0, rows = model->rowCount(); row < rows; ++row)
             filterAcceptsRow(row, QModelIndex());
     }
-}
-
-bool SortFilterProxyModel::matches(QString const& text) const
-{
-    return regex.matches(text.toUtf8());
-}
-
-bool SortFilterProxyModel::matchesAny(QStringList const& texts) const
-{
-    for (QString const& text : texts) {
-        if (matches(text))
-            return true;
-    }
-    return false;
 }
 
 void SortFilterProxyModel::setUpdateListed()
@@ -157,15 +162,17 @@ bool SortFilterProxyModel::filterAcceptsRow(int sourceRow, QModelIndex const& so
     Package::Entry* e = model->entry(sourceRow);
     if (!e)
         return false;
+    if (cache.isEmpty())
+        cache.reserve(model->rowCount());
     auto const cached = cache.constFind(e);
     if (cached != cache.constEnd())
         return cached.value();
-    bool const verdict = acceptRow(*e);
+    bool const verdict = acceptRow(*e, sourceRow);
     cache.insert(e, verdict);
     return verdict;
 }
 
-bool SortFilterProxyModel::stateListed(Package::State state) const
+bool SortFilterProxyModel::stateListed(int state) const
 {
     switch (stateFilter) {
     case Updatable:
@@ -180,115 +187,205 @@ bool SortFilterProxyModel::stateListed(Package::State state) const
     return false;
 }
 
-bool SortFilterProxyModel::acceptRow(Package::Entry& e) const
+namespace
 {
-    if (!stateListed(e.state))
+// The packing of a row's facts: state and kind in two bits each, then the
+// superseded flag.
+constexpr quint8 superseded = 1 << 4;
+quint8 pack(Package::Entry const& e)
+{
+    return quint8((e.state & 3) | (e.kind & 3) << 2 | (e.superseded ? superseded : 0));
+}
+} // namespace
+
+QList<quint8> const& SortFilterProxyModel::factsOf(int rows) const
+{
+    if (facts.size() != rows) {
+        facts.resize(rows);
+        for (int row = 0; row < rows; ++row)
+            facts[row] = pack(*model->entry(row));
+    }
+    return facts;
+}
+
+bool SortFilterProxyModel::acceptRow(Package::Entry const& e, int row) const
+{
+    // Read from the packed facts rather than the entries, which lie all over
+    // memory: for a Filter-mode decision the entry is often never touched.
+    quint8 const fact = factsOf(model->rowCount())[row];
+    if (!stateListed(fact & 3))
         return false;
-    if (!dups && e.superseded)
+    if (!dups && (fact & superseded))
         return false;
-    if (!groups && e.kind == Package::Group)
+    if (!groups && (fact >> 2 & 3) == Package::Group)
         return false;
     if (expression.isEmpty())
         return true;
-
-    if (mode == Filter) {
-        QString line;
-        for (int column = NameColumn; column <= BuildTimeColumn; ++column) {
-            if (!line.isEmpty())
-                line += QLatin1Char(' ');
-            line += model->text(e, column);
-        }
-        return matches(line);
-    }
-
+    if (mode == Filter)
+        return regex.matches(lineOf(e, row));
     switch (e.kind) {
     case Package::Group:
-        return searchGroup(e);
     case Package::Ordinary:
     case Package::Suite:
-        return searchPackage(e);
+        return matchesAny(searchTextsOf(e, row));
     }
     return false;
 }
 
-bool SortFilterProxyModel::searchGroup(Package::Entry const& e) const
+bool SortFilterProxyModel::matchesAny(QByteArray const& texts) const
 {
-    YumIO& s = *yumIO;
-    return matches(s.getName(e)) || matchesAny(s.getRequiredGroups(e)) || matchesAny(s.getDefaultMetaPkgs(e))
-        || matchesAny(s.getOptionalMetaPkgs(e)) || matchesAny(s.getMandatoryPkgs(e))
-        || matchesAny(s.getDefaultPkgs(e)) || matchesAny(s.getOptionalPkgs(e))
-        || matchesAny(s.getConditionalPkgs(e));
+    char const* text = texts.constData();
+    char const* const end = text + texts.size();
+    for (; text < end; text += std::strlen(text) + 1) {
+        if (regex.matches(text))
+            return true;
+    }
+    return false;
 }
 
-bool SortFilterProxyModel::searchPackage(Package::Entry const& e) const
+QByteArray const& SortFilterProxyModel::lineOf(Package::Entry const& e, int row) const
 {
-    YumIO& s = *yumIO;
-    // Files and change logs of packages that are not installed come from
-    // extra data: searched only once the session has loaded it, never loaded
-    // from here, in the middle of filtering.
-    bool const installed = e.state == Package::Installed;
-    return matches(s.getName(e)) || matches(s.getVerRel(e)) || matches(s.getRepo(e)) || matches(s.getArch(e))
-        || matches(s.getSize(e)) || matches(s.getSummary(e)) || matches(s.getDescription(e))
-        || matches(s.getGroup(e)) || matches(s.getVendor(e)) || matches(s.getBuildTime(e))
-        || matches(s.getInstallTime(e)) || matches(s.getBinaryRpm(e)) || matches(s.getSourceRpm(e))
-        || matches(s.getLicense(e)) || matches(s.getPackager(e)) || matches(s.getUrl(e))
-        || matchesAny(s.getRelocations(e)) || matchesAny(s.getProvides(e)) || matchesAny(s.getRequires(e))
-        || matchesAny(s.getConflicts(e)) || matchesAny(s.getObsoletes(e))
-        || ((installed || s.fileListsLoaded()) && matchesAny(s.getFiles(e)))
-        || ((installed || s.otherDataLoaded()) && matches(s.getChangeLog(e)));
+    if (lines.size() != model->rowCount()) {
+        lines.clear();
+        lines.resize(model->rowCount());
+    }
+    QByteArray& line = lines[row];
+    if (line.isNull()) {
+        // The shown texts, a single blank before each but the first.
+        QString text;
+        for (int column = NameColumn; column <= BuildTimeColumn; ++column) {
+            if (!text.isEmpty())
+                text += QLatin1Char(' ');
+            text += model->text(e, column);
+        }
+        line = text.toUtf8();
+    }
+    return line;
 }
 
-qint32 SortFilterProxyModel::sortKey(Package::Entry const& e, int column)
+QByteArray const& SortFilterProxyModel::searchTextsOf(Package::Entry const& e, int row) const
 {
+    if (searchTexts.size() != model->rowCount()) {
+        searchTexts.clear();
+        searchTexts.resize(model->rowCount());
+    }
+    QByteArray& bytes = searchTexts[row];
+    if (!bytes.isNull())
+        return bytes;
+
+    QStringList texts;
+    YumIO& s = *yumIO;
+    if (e.kind == Package::Group) {
+        texts << s.getName(e) << s.getRequiredGroups(e) << s.getDefaultMetaPkgs(e) << s.getOptionalMetaPkgs(e)
+              << s.getMandatoryPkgs(e) << s.getDefaultPkgs(e) << s.getOptionalPkgs(e)
+              << s.getConditionalPkgs(e);
+    } else {
+        texts << s.getName(e) << s.getVerRel(e) << s.getRepo(e) << s.getArch(e) << s.getSize(e)
+              << s.getSummary(e) << s.getDescription(e) << s.getGroup(e) << s.getVendor(e)
+              << s.getBuildTime(e) << s.getInstallTime(e) << s.getBinaryRpm(e) << s.getSourceRpm(e)
+              << s.getLicense(e) << s.getPackager(e) << s.getUrl(e) << s.getRelocations(e) << s.getProvides(e)
+              << s.getRequires(e) << s.getConflicts(e) << s.getObsoletes(e);
+        // Files and change logs of packages that are not installed come
+        // from extra data: searched once the session has loaded it, never
+        // loaded from here, in the middle of filtering.
+        bool const installed = e.state == Package::Installed;
+        if (installed || s.fileListsLoaded())
+            texts << s.getFiles(e);
+        if (installed || s.otherDataLoaded())
+            texts << s.getChangeLog(e);
+    }
+    bytes = QByteArray("");
+    for (QString const& text : std::as_const(texts)) {
+        bytes += text.toUtf8();
+        bytes += '\0';
+    }
+    return bytes;
+}
+
+QList<qint32> SortFilterProxyModel::ranks(int column) const
+{
+    int const rows = model->rowCount();
+    QList<qint32> keys(rows);
     switch (column) {
     case ActionColumn:
-        return e.action;
     case StateColumn:
-        return e.state;
     case KindColumn:
-        return e.kind;
     case SizeColumn:
-        // Compared as 32 bits, as the table always has: sizes of 2 GiB and
-        // more wrap around.
-        return static_cast<qint32>(e.size);
     case BuildTimeColumn:
-        return static_cast<qint32>(e.buildTime);
+        for (int row = 0; row < rows; ++row) {
+            Package::Entry const& e = *model->entry(row);
+            switch (column) {
+            case StateColumn:
+                keys[row] = e.state;
+                break;
+            case KindColumn:
+                keys[row] = e.kind;
+                break;
+            case SizeColumn:
+                // Compared as 32 bits, as the table always has: sizes of
+                // 2 GiB and more wrap around.
+                keys[row] = static_cast<qint32>(e.size);
+                break;
+            case BuildTimeColumn:
+                keys[row] = static_cast<qint32>(e.buildTime);
+                break;
+            default:
+                keys[row] = e.action;
+            }
+        }
+        return keys;
     }
-    return 0;
+
+    // Texts: each row's rank in the code-point order of the column's texts.
+    QList<QString> texts(rows);
+    for (int row = 0; row < rows; ++row)
+        texts[row] = model->text(*model->entry(row), column);
+    QList<int> order(rows);
+    std::iota(order.begin(), order.end(), 0);
+    std::sort(order.begin(), order.end(), [&](int a, int b) { return texts[a] < texts[b]; });
+    qint32 rank = 0;
+    for (int i = 0; i < rows; ++i) {
+        if (i > 0 && texts[order[i]] != texts[order[i - 1]])
+            ++rank;
+        keys[order[i]] = rank;
+    }
+    return keys;
+}
+
+QList<qint32> const& SortFilterProxyModel::keysOf(int column, int rows) const
+{
+    QList<qint32>& cached = keys[column];
+    if (cached.size() != rows)
+        cached = ranks(column);
+    return cached;
 }
 
 bool SortFilterProxyModel::lessThan(QModelIndex const& left, QModelIndex const& right) const
 {
-    if (!left.model() || !right.model())
+    if (!left.model() || !right.model() || !model)
         return false;
-    Package::Entry const* l = model ? model->entry(left) : nullptr;
-    Package::Entry const* r = model ? model->entry(right) : nullptr;
-    if (!l || !r)
-        return HSortFilterProxyModel::lessThan(left, right);
-
-    // The same comparisons as the user and display roles give, read from the
-    // entries directly: sorting 70,000 rows makes a million of them.
     int const column = left.column();
-    switch (column) {
-    case ActionColumn:
-    case StateColumn:
-    case KindColumn:
-    case SizeColumn:
-    case BuildTimeColumn: {
-        qint32 const a = sortKey(*l, column);
-        qint32 const b = sortKey(*r, column);
-        if (a != b)
-            return a < b;
-        return secondaryLessThan(left, right);
+    int const a = left.row();
+    int const b = right.row();
+    int const rows = model->rowCount();
+    if (a < 0 || b < 0 || a >= rows || b >= rows || column < 0 || column >= ColumnCount)
+        return false;
+
+    if (column == ActionColumn) {
+        // The user changes actions: never kept.
+        qint32 const x = model->entry(a)->action;
+        qint32 const y = model->entry(b)->action;
+        if (x != y)
+            return x < y;
+    } else {
+        QList<qint32> const& values = keysOf(column, rows);
+        if (values[a] != values[b])
+            return values[a] < values[b];
+        if (column == NameColumn)
+            return false;
     }
-    default: {
-        int const order
-            = QString::compare(model->text(*l, column), model->text(*r, column), Qt::CaseSensitive);
-        if (order != 0)
-            return order < 0;
-        return secondaryLessThan(left, right);
-    }
-    }
+    QList<qint32> const& names = keysOf(NameColumn, rows);
+    return names[a] < names[b];
 }
 
 } // namespace PackageTable

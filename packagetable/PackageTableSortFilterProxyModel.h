@@ -5,9 +5,11 @@
 #include "packagetable/PosixRegExp.h"
 #include "yumio/Package.h"
 
+#include <QByteArray>
 #include <QHash>
+#include <QList>
 #include <QString>
-#include <QStringList>
+#include <array>
 
 class YumIO;
 
@@ -28,6 +30,12 @@ class Model;
 // lists.  A Search verdict can cost many matches over long texts, so each
 // entry's verdict is kept until a setting, the expression or the collection
 // changes.
+//
+// A collection's texts never change, so what the proxy derives from them is
+// kept for as long as the collection: each entry's line, its searchable
+// texts (until more extra data is loaded), and its place in the order of
+// each column.  Filtering tens of thousands of entries then costs little
+// more than the matching, and sorting them no string comparison.
 class SortFilterProxyModel : public HSortFilterProxyModel
 {
     Q_OBJECT
@@ -68,11 +76,6 @@ public:
     // `text` without its leading ".*", repeatedly, then without its trailing
     // ".*", repeatedly.
     static QString stripWildcards(QString const& text);
-    // Whether the current expression occurs in the text (always, when it did
-    // not compile).
-    bool matches(QString const& text) const;
-    // Whether the current expression occurs in any of the texts.
-    bool matchesAny(QStringList const& texts) const;
 
 public Q_SLOTS:
     void clearCache();
@@ -84,11 +87,21 @@ protected:
     bool lessThan(QModelIndex const& left, QModelIndex const& right) const override;
 
 private:
-    bool acceptRow(Package::Entry& entry) const;
-    bool stateListed(Package::State state) const;
-    bool searchGroup(Package::Entry const& entry) const;
-    bool searchPackage(Package::Entry const& entry) const;
-    static qint32 sortKey(Package::Entry const& entry, int column);
+    bool acceptRow(Package::Entry const& entry, int row) const;
+    bool stateListed(int state) const;
+    // Whether the expression occurs in one of the texts, each ended by a NUL.
+    bool matchesAny(QByteArray const& texts) const;
+    // What the proxy keeps of a collection; forgotten when a new one comes.
+    void forgetCollection();
+    QByteArray const& lineOf(Package::Entry const& entry, int row) const;
+    QByteArray const& searchTextsOf(Package::Entry const& entry, int row) const;
+    // Each row's place in the order of the column's values: equal values,
+    // equal places.
+    QList<qint32> const& keysOf(int column, int rows) const;
+    // The state, kind and superseded flag of each row, packed in a byte: all
+    // that the settings other than the expression look at.
+    QList<quint8> const& factsOf(int rows) const;
+    QList<qint32> ranks(int column) const;
 
     Mode mode = Filter;
     bool filter = true;
@@ -100,6 +113,12 @@ private:
     mutable QHash<Package::Entry*, bool> cache;
     PosixRegExp regex;
     QString expression;
+
+    // By model row, each made whole at its first use.
+    mutable QList<quint8> facts;
+    mutable QList<QByteArray> lines;
+    mutable QList<QByteArray> searchTexts;
+    mutable std::array<QList<qint32>, 9> keys;
 };
 
 } // namespace PackageTable

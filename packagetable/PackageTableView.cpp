@@ -6,7 +6,11 @@
 #include "packagetable/PackageTableSortFilterProxyModel.h"
 
 #include <QEvent>
+#include <QFontMetrics>
+#include <QHash>
 #include <QHeaderView>
+#include <QIcon>
+#include <algorithm>
 
 namespace PackageTable
 {
@@ -52,7 +56,48 @@ QModelIndexList View::selectedRows() const
 
 int View::sizeHintForColumn(int column) const
 {
-    return widestCell(packageModel, QModelIndex(), column);
+    // Asking the delegate about every cell of tens of thousands of entries
+    // takes many seconds.  The package table's cells have a text or an icon
+    // and nothing else that takes room, and a cell's width grows with its
+    // text's: so the delegate is asked only about the cells that can be the
+    // widest, one for each icon and text that comes within rounding of the
+    // widest text of the column.
+    ensurePolished();
+    QStyleOptionViewItem option;
+    initViewItemOption(&option);
+    QFontMetrics const metrics(option.font);
+
+    struct Cell {
+        int row;
+        int advance;
+    };
+    QHash<QPair<qint64, QString>, Cell> cells;
+    QHash<QString, int> advances;
+    QHash<qint64, int> widest;
+    for (int row = 0, rows = packageModel->rowCount(); row < rows; ++row) {
+        QModelIndex const index = packageModel->index(row, column);
+        QVariant const decoration = index.data(Qt::DecorationRole);
+        qint64 const icon = decoration.isValid() ? qvariant_cast<QIcon>(decoration).cacheKey() : 0;
+        QString const text = index.data(Qt::DisplayRole).toString();
+        QPair<qint64, QString> const key(icon, text);
+        if (cells.contains(key))
+            continue;
+        auto advance = advances.constFind(text);
+        if (advance == advances.constEnd())
+            advance = advances.insert(text, metrics.horizontalAdvance(text));
+        cells.insert(key, Cell { row, *advance });
+        int& most = widest[icon];
+        most = std::max(most, *advance);
+    }
+
+    int hint = 0;
+    for (auto cell = cells.constBegin(); cell != cells.constEnd(); ++cell) {
+        if (cell->advance + 2 < widest.value(cell.key().first))
+            continue;
+        QModelIndex const index = packageModel->index(cell->row, column);
+        hint = std::max(hint, itemDelegateForIndex(index)->sizeHint(option, index).width());
+    }
+    return hint;
 }
 
 void View::describe()
