@@ -28,25 +28,50 @@ QString nativeArch()
     return ::uname(&names) == 0 ? QString::fromLatin1(names.machine) : QString();
 }
 
-bool cloneRoot(QString const& destination, QString* failure)
+namespace
+{
+
+// Runs the sandbox tool; false with its error output in `failure`.
+bool sandboxTool(QStringList const& arguments, QString* failure)
 {
     QByteArray const source = qgetenv("SORVAN_SOURCE_DIR");
     if (source.isEmpty() || qgetenv("SORVAN_BINARY_DIR").isEmpty()) {
-        *failure = QStringLiteral("SORVAN_SOURCE_DIR and SORVAN_BINARY_DIR must be set");
+        if (failure)
+            *failure = QStringLiteral("SORVAN_SOURCE_DIR and SORVAN_BINARY_DIR must be set");
         return false;
     }
-    QProcess clone;
-    clone.start(python(),
-        { QStringLiteral("-I"), QStringLiteral("-B"),
-            QString::fromLocal8Bit(source) + QLatin1String("/tools/sandbox/sandbox.py"),
-            QStringLiteral("clone"), sandboxDir(), destination });
-    if (!clone.waitForFinished(120000) || clone.exitStatus() != QProcess::NormalExit
-        || clone.exitCode() != 0) {
-        *failure = QStringLiteral("cloning the sandbox root failed: ")
-            + QString::fromLocal8Bit(clone.readAllStandardError());
+    QProcess tool;
+    tool.start(python(),
+        QStringList { QStringLiteral("-I"), QStringLiteral("-B"),
+            QString::fromLocal8Bit(source) + QLatin1String("/tools/sandbox/sandbox.py") }
+            + arguments);
+    if (!tool.waitForFinished(120000) || tool.exitStatus() != QProcess::NormalExit || tool.exitCode() != 0) {
+        if (failure)
+            *failure = arguments.value(0) + QLatin1String(" failed: ")
+                + QString::fromLocal8Bit(tool.readAllStandardError());
         return false;
     }
     return true;
+}
+
+} // namespace
+
+bool serveRoot(QString const& root, int rate, QString* failure)
+{
+    QStringList arguments { QStringLiteral("serve"), sandboxDir(), QStringLiteral("--root"), root };
+    if (rate > 0)
+        arguments << QStringLiteral("--rate") << QString::number(rate);
+    return sandboxTool(arguments, failure);
+}
+
+void stopServing(QString const& root)
+{
+    sandboxTool({ QStringLiteral("stop"), sandboxDir(), QStringLiteral("--root"), root }, nullptr);
+}
+
+bool cloneRoot(QString const& destination, QString* failure)
+{
+    return sandboxTool({ QStringLiteral("clone"), sandboxDir(), destination }, failure);
 }
 
 bool pyRun(QString const& code)

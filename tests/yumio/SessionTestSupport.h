@@ -17,6 +17,10 @@ namespace SessionTest
 // Copies the sandbox's root (built by the sandbox fixture) to `destination`;
 // false with the reason in `failure`.
 bool cloneRoot(QString const& destination, QString* failure);
+// Serves the sandbox's HTTP repositories for a copy of its root (each
+// download limited to `rate` bytes a second when given), and stops that.
+bool serveRoot(QString const& root, int rate, QString* failure);
+void stopServing(QString const& root);
 // The sandbox tool's directory and interpreter, for helper processes.
 QString sandboxDir();
 QString python();

@@ -10,6 +10,7 @@
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
+#include <algorithm>
 #include <csignal>
 #include <ctime>
 #include <pthread.h>
@@ -39,6 +40,7 @@ private Q_SLOTS:
     void secondCollectionKeepsLock();
     void noRowsWhileClearing();
     void signalsAroundWorker();
+    void downloadsMoveTheBars();
 
 private:
     Package::Entry* find(QString const& name, QString const& arch = QString(), int state = -1) const;
@@ -559,6 +561,51 @@ void TestYumIOCollect::signalsAroundWorker()
     QVERIFY(!chldBlocked());
     QCOMPARE(
         pyEval(QStringLiteral("signal.getsignal(signal.SIGINT) == signal.SIG_DFL")), QStringLiteral("True"));
+}
+
+// Metadata fetched over HTTP reaches the bars through the engine's meters:
+// each file shows what it is and for which repository.
+void TestYumIOCollect::downloadsMoveTheBars()
+{
+    QString failure;
+    QVERIFY2(serveRoot(root, 20000, &failure), qPrintable(failure));
+    QSet<QString> activities;
+    int maximum = 0;
+    QTimer watcher;
+    connect(&watcher, &QTimer::timeout, this, [&] {
+        if (!itemBar->activity().isEmpty())
+            activities.insert(itemBar->activity());
+        maximum = qMax(maximum, totalBar->value());
+    });
+    watcher.start(0);
+    bool const ok = collect({ { QStringLiteral("sv-http"), true } });
+    watcher.stop();
+    stopServing(root);
+    QVERIFY2(ok, qPrintable(answerer.summary()));
+    QVERIFY2(answerer.dialogs.isEmpty(), qPrintable(answerer.summary()));
+    Package::Entry const* net = find(QStringLiteral("sv-net-tool"));
+    QVERIFY(net);
+    QCOMPARE(net->repo, QStringLiteral("sv-http"));
+
+    QStringList const seen(activities.begin(), activities.end());
+    auto saw = [&](QString const& text) {
+        return std::any_of(seen.begin(), seen.end(), [&](QString const& a) { return a.startsWith(text); });
+    };
+    // The slow downloads are seen for sure; the quick steps around them may
+    // come and go between two looks.
+    QVERIFY2(std::any_of(seen.begin(), seen.end(),
+                 [](QString const& a) {
+                     return a.startsWith(QLatin1String("Downloading repository"))
+                         && a.contains(QLatin1String("sv-http"));
+                 }),
+        qPrintable(seen.join(QLatin1String(" | "))));
+    QVERIFY2(saw(QStringLiteral("Reading repositories")), qPrintable(seen.join(QLatin1String(" | "))));
+    QVERIFY(maximum > 0);
+    // At the end the bars are at rest.
+    QVERIFY(!itemBar->isEnabled());
+    QVERIFY(!totalBar->isEnabled());
+
+    QVERIFY(collect());
 }
 
 QTEST_MAIN(TestYumIOCollect)

@@ -32,6 +32,7 @@ private Q_SLOTS:
     void scriptFailures_data();
     void scriptFailures();
     void extraDataFailure();
+    void oddTextsWarn();
 
 private:
     bool switchRoot(QString const& path);
@@ -375,6 +376,38 @@ void TestYumIOFailures::extraDataFailure()
     QVERIFY(io->fileListsLoaded());
     QCOMPARE(loaded.count(), 1);
     QCOMPARE(io->getFiles(*app), QStringList({ QStringLiteral("/usr/bin/sv-app") }));
+}
+
+// A field that is not text is a warning and an empty text; the collection
+// goes on.
+void TestYumIOFailures::oddTextsWarn()
+{
+    QVERIFY(pyRun(QStringLiteral("import sorvanyum.packages as _sv_packages\n"
+                                 "_sv_returnSimple = _sv_packages.Package.returnSimple\n"
+                                 "def _sv_odd(self, field):\n"
+                                 "    if self.name == 'sv-app' and field == 'summary':\n"
+                                 "        return 5\n"
+                                 "    if self.name == 'sv-calc' and field == 'repoid':\n"
+                                 "        return None\n"
+                                 "    return _sv_returnSimple(self, field)\n"
+                                 "_sv_packages.Package.returnSimple = _sv_odd\n")));
+    io->clear();
+    bool const ok = io->collect({});
+    QVERIFY(pyRun(QStringLiteral("_sv_packages.Package.returnSimple = _sv_returnSimple\n")));
+    QVERIFY(ok);
+    QCOMPARE(answerer.dialogs.size(), 1);
+    QCOMPARE(int(answerer.dialogs[0].kind), int(Dialog::Warning));
+    QCOMPARE(answerer.dialogs[0].title, QStringLiteral("SORVAN Yum Warning"));
+    QCOMPARE(
+        answerer.dialogs[0].text, QStringLiteral("Internal error: YumIO::pyString did not understand type"));
+    QCOMPARE(io->count(), 31);
+    for (Package::Entry const* e : *io) {
+        if (e->name == QLatin1String("sv-app"))
+            QCOMPARE(e->summary, QString());
+        // None is simply no text.
+        if (e->name == QLatin1String("sv-calc"))
+            QCOMPARE(e->repo, QString());
+    }
 }
 
 QTEST_MAIN(TestYumIOFailures)
