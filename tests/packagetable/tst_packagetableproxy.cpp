@@ -57,6 +57,8 @@ private Q_SLOTS:
     void sorting_data();
     void sorting();
     void sortedAfterFilterChanges();
+    // Last: it collects anew, with another repository.
+    void newCollection();
 
 private:
     void configure(Mode mode, StateFilter state, bool dups, bool groups, QString const& expression);
@@ -427,6 +429,38 @@ void TableProxy::sortedAfterFilterChanges()
     QCOMPARE(listed(), QStringList({ "sv-app", "sv-calc", "sv-corelib", "sv-devtools", "sv-docs" }));
     proxy->setFilterRegExp(QString());
     QCOMPARE(listed().mid(0, 3), QStringList({ "sv-app", "sv-writer", "SORVAN Core" }));
+}
+
+void TableProxy::newCollection()
+{
+    // What the proxy kept of the first collection must not outlive it.  The
+    // second one, with sv-extras enabled and sv-mirrored disabled, has as
+    // many entries, but sv-extra-tool instead of sv-mirror-tool, another
+    // sv-tool, and rows in other places.
+    configure(Filter, All, true, true, QStringLiteral("-tool"));
+    proxy->sort(NameColumn, Qt::AscendingOrder);
+    QCOMPARE(listed(), QStringList({ "sv-mirror-tool", "sv-tool" }));
+    configure(Search, All, true, true, QStringLiteral("sv-extras"));
+    QCOMPARE(listed(), QStringList { "sv-tool" });
+
+    sandbox.yumIO->clear();
+    QVERIFY(sandbox.yumIO->collect(
+        { { QStringLiteral("sv-extras"), true }, { QStringLiteral("sv-mirrored"), false } }));
+    model->reset();
+    QCOMPARE(model->rowCount(), 31);
+
+    // Searched again in the new texts: sv-extra-tool's summary names its
+    // repository too.
+    QCOMPARE(listed(), QStringList({ "sv-extra-tool", "sv-tool" }));
+    configure(Filter, All, true, true, QStringLiteral("-tool"));
+    QCOMPARE(listed(), QStringList({ "sv-extra-tool", "sv-tool" }));
+    proxy->setFilterRegExp(QStringLiteral("^sv-tool 2\\.0-1 sv-extras "));
+    QCOMPARE(listed(), QStringList { "sv-tool" });
+    proxy->setFilterRegExp(QString());
+    QStringList names;
+    for (Package::Entry const* e : *sandbox.yumIO)
+        names.append(e->name);
+    QCOMPARE(listed(), sorted(names));
 }
 
 QTEST_MAIN(TableProxy)
