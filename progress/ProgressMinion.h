@@ -25,8 +25,6 @@ public:
     Minion(HProgressBar* totalBar, HProgressBar* itemBar);
     ~Minion() override;
 
-    ThreadsState const& threads() const { return threadsState; }
-
     // Lays out the slot table of a parallel download on an empty tip widget.
     static void fillTip(QWidget* area, ThreadsState const& threads);
 
