@@ -7,6 +7,7 @@
 #include <QGridLayout>
 #include <QLabel>
 #include <QPalette>
+#include <limits>
 
 namespace Progress
 {
@@ -14,9 +15,21 @@ namespace Progress
 namespace
 {
 // The bars take int values; a Steps value is passed truncated.
-int barValue(Steps value)
+// A bar counts in int.  Scales past that (a download batch of more than
+// 2 GiB, counted in bytes) are shifted down, value and maximum alike, so the
+// bar keeps its proportions.
+int scaleShift(Steps tail)
 {
-    return static_cast<int>(value);
+    int shift = 0;
+    while ((tail >> shift) > Steps(std::numeric_limits<int>::max()))
+        ++shift;
+    return shift;
+}
+
+int barValue(Steps value, int shift)
+{
+    Steps const scaled = value >> shift;
+    return scaled > Steps(std::numeric_limits<int>::max()) ? std::numeric_limits<int>::max() : int(scaled);
 }
 
 QLabel* plainLabel(QString const& text, QWidget* parent)
@@ -69,7 +82,8 @@ void Minion::startTotal(QString activity, Steps totalTail)
 {
     if (totalBar) {
         totalBar->setActivity(activity);
-        totalBar->setMaximum(barValue(totalTail));
+        totalShift = scaleShift(totalTail);
+        totalBar->setMaximum(barValue(totalTail, totalShift));
         totalBar->setValue(0);
         totalBar->setEnabled(true);
     }
@@ -82,10 +96,11 @@ void Minion::startTotal(QString activity, Steps totalTail)
 void Minion::startItem(QString activity, Steps totalValue, Steps itemTail)
 {
     if (totalBar)
-        totalBar->setValue(barValue(totalValue));
+        totalBar->setValue(barValue(totalValue, totalShift));
     if (itemBar) {
         itemBar->setActivity(activity);
-        itemBar->setMaximum(barValue(itemTail));
+        itemShift = scaleShift(itemTail);
+        itemBar->setMaximum(barValue(itemTail, itemShift));
         itemBar->setValue(0);
         itemBar->setEnabled(true);
     }
@@ -105,9 +120,9 @@ void Minion::changeItemActs(Steps totalValue)
 void Minion::setItemValue(Steps totalValue, Steps value)
 {
     if (totalBar)
-        totalBar->setValue(barValue(totalValue));
+        totalBar->setValue(barValue(totalValue, totalShift));
     if (itemBar)
-        itemBar->setValue(barValue(value));
+        itemBar->setValue(barValue(value, itemShift));
 }
 
 void Minion::endItemActs(Steps totalValue)
@@ -118,7 +133,7 @@ void Minion::endItemActs(Steps totalValue)
 void Minion::setTotalValue(Steps value)
 {
     if (totalBar)
-        totalBar->setValue(barValue(value));
+        totalBar->setValue(barValue(value, totalShift));
 }
 
 Minion::~Minion()

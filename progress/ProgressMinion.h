@@ -48,6 +48,9 @@ private:
     QPointer<HProgressBar> totalBar;
     QPointer<HProgressBar> itemBar;
     ThreadsState threadsState;
+    // How far each bar's values are shifted down to fit its int range.
+    int totalShift = 0;
+    int itemShift = 0;
     // The tip this minion put up, while it is up.
     QPointer<GeneralTip> tip;
 };

@@ -158,6 +158,11 @@ void TestProgressMinion::bars_data()
         << QStringList { "total T 1000", "item A 10 1", "total U 50" } << "[U] 0 0..50 on" << empty;
     QTest::newRow("reset empties both bars")
         << QStringList { "total T 1000", "item A 10 5", "wait", "value 3", "reset" } << empty << empty;
+    // Counted in bytes, a batch of 6 GB would overflow the bar's int range.
+    QTest::newRow("an item past the bar's range keeps its proportions")
+        << QStringList { "total T 1000", "item A 1000 6000000000", "wait", "value 3000000000" }
+        << "[T] 500 0..1000 on"
+        << "[A] 750000000 0..1500000000 on";
     QTest::newRow("one slot names the item bar") << QStringList { "total T 100", "item P 0 1", "acts 100 10",
         "batch Dl 1 3 1 50", "slot pkg-1.0 0 50" }
                                                  << "[T] 0 0..100 on"
