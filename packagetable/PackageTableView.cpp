@@ -10,6 +10,7 @@
 #include <QHash>
 #include <QHeaderView>
 #include <QIcon>
+#include <QStyle>
 #include <algorithm>
 
 namespace PackageTable
@@ -28,6 +29,10 @@ View::View(Model* model, SortFilterProxyModel* proxy, QWidget* parent)
     setAlternatingRowColors(true);
     setContextMenuPolicy(Qt::CustomContextMenu);
     verticalHeader()->hide();
+    // One line of text or one small icon per row, whatever the style's
+    // default: a table of thousands of packages should show many at once.
+    verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    fitRowHeight();
 
     auto* header = new QHeaderView(Qt::Horizontal, this);
     header->setSectionsMovable(true);
@@ -36,6 +41,7 @@ View::View(Model* model, SortFilterProxyModel* proxy, QWidget* parent)
     // The header flips the indicator on a click before it reports the click,
     // so that a second click on a column reverses its order.
     header->setSortIndicatorShown(true);
+    header->setStretchLastSection(true);
     setHorizontalHeader(header);
 
     HTableView::sortByColumn(KindColumn, Qt::AscendingOrder);
@@ -158,8 +164,23 @@ void View::currentChanged(QModelIndex const& current, QModelIndex const& previou
 void View::changeEvent(QEvent* event)
 {
     HTableView::changeEvent(event);
-    if (event->type() == QEvent::EnabledChange)
+    switch (event->type()) {
+    case QEvent::EnabledChange:
         packageModel->setEnabled(isEnabled());
+        break;
+    case QEvent::FontChange:
+    case QEvent::StyleChange:
+        fitRowHeight();
+        break;
+    default:
+        break;
+    }
+}
+
+void View::fitRowHeight()
+{
+    int const icon = style()->pixelMetric(QStyle::PM_SmallIconSize, nullptr, this);
+    verticalHeader()->setDefaultSectionSize(std::max(fontMetrics().height(), icon) + 6);
 }
 
 } // namespace PackageTable

@@ -51,6 +51,7 @@ protected:
 
 private:
     int sourceRow(QModelIndex const& index) const;
+    void fitRowHeight();
 
     Model* packageModel;
     SortFilterProxyModel* packageProxy;
