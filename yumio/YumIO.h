@@ -219,8 +219,6 @@ private Q_SLOTS:
     void blockerRelease() { blocker.release(); }
 
 private:
-    friend class YumIOCapturers;
-    friend class YumIOCapturersMinion;
     friend class CollectThread;
     friend class ClearEntriesThread;
     friend class CollectFileListsThread;
