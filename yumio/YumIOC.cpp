@@ -133,84 +133,6 @@ struct YumIOC {
         return none();
     }
 
-    static PyObject* collectGrabMeterUpdate(PyObject*, PyObject* args)
-    {
-        YumIO* io = session();
-        PyObject* meter = nullptr;
-        long long value = 0;
-        if (!io)
-            return none();
-        if (!PyArg_ParseTuple(args, "OL", &meter, &value))
-            return nullptr;
-        io->collectUpdate(meter, long(value));
-        return none();
-    }
-
-    static PyObject* collectGrabMeterEnd(PyObject*, PyObject* args)
-    {
-        YumIO* io = session();
-        PyObject* meter = nullptr;
-        long long value = 0;
-        if (!io)
-            return none();
-        if (!PyArg_ParseTuple(args, "OL", &meter, &value))
-            return nullptr;
-        io->collectEnd(meter, long(value));
-        return none();
-    }
-
-    static PyObject* collectGrabMeterFailure(PyObject*, PyObject* args)
-    {
-        YumIO* io = session();
-        PyObject* meter = nullptr;
-        PyObject* message = nullptr;
-        if (!io)
-            return none();
-        if (!PyArg_ParseTuple(args, "OO", &meter, &message))
-            return nullptr;
-        text(io, message, "Internal error: unexpected progress failure message");
-        io->collectFailure(meter);
-        return none();
-    }
-
-    static PyObject* collectGrabMultiMeterStart(PyObject*, PyObject* args)
-    {
-        YumIO* io = session();
-        long long files = 0;
-        long long bytes = 0;
-        if (!io)
-            return none();
-        if (!PyArg_ParseTuple(args, "LL", &files, &bytes))
-            return nullptr;
-        io->collectGrabMultiMeterStart(files, bytes);
-        return none();
-    }
-
-    // The collect family finds a file's slot when the file starts.
-    static PyObject* collectGrabMultiMeterNew(PyObject*, PyObject* args)
-    {
-        PyObject* meter = nullptr;
-        if (!PyArg_ParseTuple(args, "O", &meter))
-            return nullptr;
-        return none();
-    }
-
-    static PyObject* collectGrabMultiMeterRemove(PyObject*, PyObject* args)
-    {
-        PyObject* meter = nullptr;
-        if (!PyArg_ParseTuple(args, "O", &meter))
-            return nullptr;
-        return none();
-    }
-
-    static PyObject* collectGrabMultiMeterEnd(PyObject*, PyObject*)
-    {
-        YumIO* io = session();
-        if (io)
-            io->collectGrabMultiMeterEnd();
-        return none();
-    }
-
     // --- the apply meters ------------------------------------------------------
 
     static PyObject* applyGrabMeterStart(PyObject*, PyObject* args)
@@ -228,7 +150,12 @@ struct YumIOC {
         return none();
     }
 
-    static PyObject* applyGrabMeterUpdate(PyObject*, PyObject* args)
+    // The two families report the same events in the same forms; one
+    // parser each form serves both.
+
+    // (meter, bytes so far): "OL".
+    template <typename Value, void (YumIOMeters::*handler)(void*, Value)>
+    static PyObject* meterValue(PyObject*, PyObject* args)
     {
         YumIO* io = session();
         PyObject* meter = nullptr;
@@ -237,24 +164,13 @@ struct YumIOC {
             return none();
         if (!PyArg_ParseTuple(args, "OL", &meter, &value))
             return nullptr;
-        io->applyGrabMeterUpdate(meter, value);
+        (io->*handler)(meter, Value(value));
         return none();
     }
 
-    static PyObject* applyGrabMeterEnd(PyObject*, PyObject* args)
-    {
-        YumIO* io = session();
-        PyObject* meter = nullptr;
-        long long value = 0;
-        if (!io)
-            return none();
-        if (!PyArg_ParseTuple(args, "OL", &meter, &value))
-            return nullptr;
-        io->applyGrabMeterEnd(meter, value);
-        return none();
-    }
-
-    static PyObject* applyGrabMeterFailure(PyObject*, PyObject* args)
+    // (meter, message): "OO"; the message is checked, then not used.
+    template <void (YumIOMeters::*handler)(void*)>
+    static PyObject* meterFailure(PyObject*, PyObject* args)
     {
         YumIO* io = session();
         PyObject* meter = nullptr;
@@ -264,11 +180,13 @@ struct YumIOC {
         if (!PyArg_ParseTuple(args, "OO", &meter, &message))
             return nullptr;
         text(io, message, "Internal error: unexpected progress failure message");
-        io->applyGrabMeterFailure(meter);
+        (io->*handler)(meter);
         return none();
     }
 
-    static PyObject* applyGrabMultiMeterStart(PyObject*, PyObject* args)
+    // (files, bytes) announcing a parallel batch: "LL".
+    template <void (YumIOMeters::*handler)(qint64, qint64)>
+    static PyObject* batchStart(PyObject*, PyObject* args)
     {
         YumIO* io = session();
         long long files = 0;
@@ -277,39 +195,31 @@ struct YumIOC {
             return none();
         if (!PyArg_ParseTuple(args, "LL", &files, &bytes))
             return nullptr;
-        io->applyGrabMultiMeterStart(files, bytes);
+        (io->*handler)(files, bytes);
         return none();
     }
 
-    static PyObject* applyGrabMultiMeterNew(PyObject*, PyObject* args)
+    // (meter): "O".  The collect family finds a file's slot when the file
+    // starts and ignores these; it has no handler.
+    template <void (YumIOMeters::*handler)(void*)>
+    static PyObject* batchMeter(PyObject*, PyObject* args)
     {
         YumIO* io = session();
         PyObject* meter = nullptr;
-        if (!io)
-            return none();
         if (!PyArg_ParseTuple(args, "O", &meter))
             return nullptr;
-        io->applyGrabMultiMeterNew(meter);
+        if (io && handler)
+            (io->*handler)(meter);
         return none();
     }
 
-    static PyObject* applyGrabMultiMeterRemove(PyObject*, PyObject* args)
-    {
-        YumIO* io = session();
-        PyObject* meter = nullptr;
-        if (!io)
-            return none();
-        if (!PyArg_ParseTuple(args, "O", &meter))
-            return nullptr;
-        io->applyGrabMultiMeterRemove(meter);
-        return none();
-    }
-
-    static PyObject* applyGrabMultiMeterEnd(PyObject*, PyObject*)
+    // No arguments parsed.
+    template <void (YumIOMeters::*handler)()>
+    static PyObject* batchEnd(PyObject*, PyObject*)
     {
         YumIO* io = session();
         if (io)
-            io->applyGrabMultiMeterEnd();
+            (io->*handler)();
         return none();
     }
 
@@ -322,21 +232,26 @@ struct YumIOC {
         { "errorlog", errorlog, METH_VARARGS, nullptr },
         { "collectProgress", collectProgress, METH_VARARGS, nullptr },
         { "collectGrabMeterStart", collectGrabMeterStart, METH_VARARGS, nullptr },
-        { "collectGrabMeterUpdate", collectGrabMeterUpdate, METH_VARARGS, nullptr },
-        { "collectGrabMeterEnd", collectGrabMeterEnd, METH_VARARGS, nullptr },
-        { "collectGrabMeterFailure", collectGrabMeterFailure, METH_VARARGS, nullptr },
-        { "collectGrabMultiMeterStart", collectGrabMultiMeterStart, METH_VARARGS, nullptr },
-        { "collectGrabMultiMeterNew", collectGrabMultiMeterNew, METH_VARARGS, nullptr },
-        { "collectGrabMultiMeterRemove", collectGrabMultiMeterRemove, METH_VARARGS, nullptr },
-        { "collectGrabMultiMeterEnd", collectGrabMultiMeterEnd, METH_VARARGS, nullptr },
+        { "collectGrabMeterUpdate", meterValue<long, &YumIOMeters::collectUpdate>, METH_VARARGS, nullptr },
+        { "collectGrabMeterEnd", meterValue<long, &YumIOMeters::collectEnd>, METH_VARARGS, nullptr },
+        { "collectGrabMeterFailure", meterFailure<&YumIOMeters::collectFailure>, METH_VARARGS, nullptr },
+        { "collectGrabMultiMeterStart", batchStart<&YumIOMeters::collectGrabMultiMeterStart>, METH_VARARGS,
+            nullptr },
+        { "collectGrabMultiMeterNew", batchMeter<nullptr>, METH_VARARGS, nullptr },
+        { "collectGrabMultiMeterRemove", batchMeter<nullptr>, METH_VARARGS, nullptr },
+        { "collectGrabMultiMeterEnd", batchEnd<&YumIOMeters::collectGrabMultiMeterEnd>, METH_VARARGS,
+            nullptr },
         { "applyGrabMeterStart", applyGrabMeterStart, METH_VARARGS, nullptr },
-        { "applyGrabMeterUpdate", applyGrabMeterUpdate, METH_VARARGS, nullptr },
-        { "applyGrabMeterEnd", applyGrabMeterEnd, METH_VARARGS, nullptr },
-        { "applyGrabMeterFailure", applyGrabMeterFailure, METH_VARARGS, nullptr },
-        { "applyGrabMultiMeterStart", applyGrabMultiMeterStart, METH_VARARGS, nullptr },
-        { "applyGrabMultiMeterNew", applyGrabMultiMeterNew, METH_VARARGS, nullptr },
-        { "applyGrabMultiMeterRemove", applyGrabMultiMeterRemove, METH_VARARGS, nullptr },
-        { "applyGrabMultiMeterEnd", applyGrabMultiMeterEnd, METH_VARARGS, nullptr },
+        { "applyGrabMeterUpdate", meterValue<qint64, &YumIOMeters::applyGrabMeterUpdate>, METH_VARARGS,
+            nullptr },
+        { "applyGrabMeterEnd", meterValue<qint64, &YumIOMeters::applyGrabMeterEnd>, METH_VARARGS, nullptr },
+        { "applyGrabMeterFailure", meterFailure<&YumIOMeters::applyGrabMeterFailure>, METH_VARARGS, nullptr },
+        { "applyGrabMultiMeterStart", batchStart<&YumIOMeters::applyGrabMultiMeterStart>, METH_VARARGS,
+            nullptr },
+        { "applyGrabMultiMeterNew", batchMeter<&YumIOMeters::applyGrabMultiMeterNew>, METH_VARARGS, nullptr },
+        { "applyGrabMultiMeterRemove", batchMeter<&YumIOMeters::applyGrabMultiMeterRemove>, METH_VARARGS,
+            nullptr },
+        { "applyGrabMultiMeterEnd", batchEnd<&YumIOMeters::applyGrabMultiMeterEnd>, METH_VARARGS, nullptr },
         { nullptr, nullptr, 0, nullptr },
     };
 
