@@ -202,7 +202,7 @@ class Universe:
             text = rng.choice(["- Update to %s" % version,
                                "- Rebuilt for https://fedoraproject.org/wiki/Fedora_%s_Mass_Rebuild"
                                % RELEASE, "- Fix build with the new compiler",
-                               "- Add missing BuildRequires\n- Clean up the spec file",
+                               "- Add missing BuildRequires\n- Tidy the packaging",
                                "- Security fix for CVE-2024-%04d" % rng.randint(1, 9999)])
             entries.append((t - t % 86400 + 43200, rng.choice(AUTHORS), text))
             t -= rng.randint(5, 200) * 86400
