@@ -74,7 +74,9 @@ struct YumIOC {
         return none();
     }
 
-    static PyObject* log(PyObject*, PyObject* args)
+    // log and errorlog: (detail level, text), told apart by their kind.
+    template <Log::Kind kind>
+    static PyObject* scriptLog(PyObject*, PyObject* args)
     {
         YumIO* io = session();
         long level = 0;
@@ -83,20 +85,7 @@ struct YumIOC {
             return none();
         if (!PyArg_ParseTuple(args, "ls", &level, &text))
             return nullptr;
-        io->logScript(Log::Info, level, text);
-        return none();
-    }
-
-    static PyObject* errorlog(PyObject*, PyObject* args)
-    {
-        YumIO* io = session();
-        long level = 0;
-        char const* text = nullptr;
-        if (!io)
-            return none();
-        if (!PyArg_ParseTuple(args, "ls", &level, &text))
-            return nullptr;
-        io->logScript(Log::Error, level, text);
+        io->logScript(kind, level, text);
         return none();
     }
 
@@ -228,8 +217,8 @@ struct YumIOC {
     static inline PyMethodDef methods[] = {
         { "stdoutWrite", stdoutWrite, METH_VARARGS, nullptr },
         { "stderrWrite", stderrWrite, METH_VARARGS, nullptr },
-        { "log", log, METH_VARARGS, nullptr },
-        { "errorlog", errorlog, METH_VARARGS, nullptr },
+        { "log", scriptLog<Log::Info>, METH_VARARGS, nullptr },
+        { "errorlog", scriptLog<Log::Error>, METH_VARARGS, nullptr },
         { "collectProgress", collectProgress, METH_VARARGS, nullptr },
         { "collectGrabMeterStart", collectGrabMeterStart, METH_VARARGS, nullptr },
         { "collectGrabMeterUpdate", meterValue<long, &YumIOMeters::collectUpdate>, METH_VARARGS, nullptr },

@@ -213,6 +213,20 @@ qint64 YumIOMeters::collectSlotOf(void* meter) const
 // metadata reading, which has no meter): its reports are dropped rather than
 // moving another file's slot.
 
+// The slot of a meter of the batch, or -1: none, or one past the batch,
+// which is reported with `message` (its %1 the slot, %2 the file count).
+qint64 YumIOMeters::collectBatchSlot(void* meter, char const* message)
+{
+    qint64 const slot = collectSlotOf(meter);
+    if (slot < 0)
+        return -1;
+    if (slot > collectFiles) {
+        error(tr(message).arg(slot).arg(collectFiles));
+        return -1;
+    }
+    return slot;
+}
+
 void YumIOMeters::collectUpdate(void* meter, long value)
 {
     Progress::Object* progress = meterProgress();
@@ -221,15 +235,10 @@ void YumIOMeters::collectUpdate(void* meter, long value)
             progress->setItemValue(steps(value));
         return;
     }
-    qint64 const slot = collectSlotOf(meter);
+    qint64 const slot = collectBatchSlot(
+        meter, QT_TR_NOOP("Internal error: Update: unexpected thread %1 > total files %2\n"));
     if (slot < 0)
         return;
-    if (slot > collectFiles) {
-        error(tr("Internal error: Update: unexpected thread %1 > total files %2\n")
-                  .arg(slot)
-                  .arg(collectFiles));
-        return;
-    }
     if (progress)
         progress->setItemActsThreadValue(static_cast<unsigned>(slot), steps(value));
 }
@@ -239,13 +248,10 @@ void YumIOMeters::collectEnd(void* meter, long value)
     // Outside a batch the next start moves the bars on.
     if (!collectMulti)
         return;
-    qint64 const slot = collectSlotOf(meter);
+    qint64 const slot
+        = collectBatchSlot(meter, QT_TR_NOOP("Internal error: End: unexpected thread %1 > total files %2\n"));
     if (slot < 0)
         return;
-    if (slot > collectFiles) {
-        error(tr("Internal error: End: unexpected thread %1 > total files %2\n").arg(slot).arg(collectFiles));
-        return;
-    }
     collectSlotByThreadId.remove(collectThreadIds.value(slot));
     if (Progress::Object* progress = meterProgress()) {
         progress->setItemActsThreadValue(static_cast<unsigned>(slot), steps(value));
@@ -258,15 +264,10 @@ void YumIOMeters::collectFailure(void* meter)
 {
     if (!collectMulti)
         return;
-    qint64 const slot = collectSlotOf(meter);
+    qint64 const slot = collectBatchSlot(
+        meter, QT_TR_NOOP("Internal error: Failure: unexpected thread %1 > total files %2\n"));
     if (slot < 0)
         return;
-    if (slot > collectFiles) {
-        error(tr("Internal error: Failure: unexpected thread %1 > total files %2\n")
-                  .arg(slot)
-                  .arg(collectFiles));
-        return;
-    }
     if (Progress::Object* progress = meterProgress())
         progress->retryItemActThread(static_cast<unsigned>(slot));
     // The file's id stays, so that its restart finds the same slot.

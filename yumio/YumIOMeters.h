@@ -131,5 +131,6 @@ private:
     QString collectActivity(RepoAct act, QString const& name, bool* valid) const;
     // The slot of a collect meter, or -1 when the meter never got one.
     qint64 collectSlotOf(void* meter) const;
+    qint64 collectBatchSlot(void* meter, char const* message);
     quint32 applyShare(qint64 size);
 };
