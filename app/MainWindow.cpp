@@ -452,37 +452,31 @@ void MainWindow::modeChanged(int mode)
     anyFilterChanged();
 }
 
-void MainWindow::stateFilterChanged(int index)
+// A search re-reads every field: the window is busy meanwhile.
+void MainWindow::changeFilter(std::function<void()> const& change)
 {
     bool const search = searchMode();
     if (search)
         setReady(false);
-    proxy->setStateFilter(PackageTable::StateFilter(index));
+    change();
     if (search)
         setReady(initialized);
     anyFilterChanged();
+}
+
+void MainWindow::stateFilterChanged(int index)
+{
+    changeFilter([&] { proxy->setStateFilter(PackageTable::StateFilter(index)); });
 }
 
 void MainWindow::dupsFilterChanged(int state)
 {
-    bool const search = searchMode();
-    if (search)
-        setReady(false);
-    proxy->setDupsFilter(state != 0);
-    if (search)
-        setReady(initialized);
-    anyFilterChanged();
+    changeFilter([&] { proxy->setDupsFilter(state != 0); });
 }
 
 void MainWindow::groupsFilterChanged(int state)
 {
-    bool const search = searchMode();
-    if (search)
-        setReady(false);
-    proxy->setGroupsFilter(state != 0);
-    if (search)
-        setReady(initialized);
-    anyFilterChanged();
+    changeFilter([&] { proxy->setGroupsFilter(state != 0); });
 }
 
 void MainWindow::anyFilterChanged()

@@ -8,6 +8,7 @@
 #include <QList>
 #include <QMainWindow>
 #include <QString>
+#include <functional>
 
 class QAction;
 class QCheckBox;
@@ -92,6 +93,7 @@ private:
     void recollect();
     void prepareFilterSearch();
     void anyFilterChanged();
+    void changeFilter(std::function<void()> const& change);
     void warnConfigure();
     void warnUnlistedActions();
     bool searchMode() const;
