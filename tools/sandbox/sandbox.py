@@ -235,6 +235,10 @@ def buildRpms(data, dest, native):
     workdir = tempfile.mkdtemp(prefix="rpmbuild-", dir=dest)
     try:
         builds = plannedBuilds(data, native)
+        # Two rpmbuilds run at once; each creates its output directories if
+        # missing and fails when the other wins that race, so make them first.
+        for arch in {b.arch for b in builds}:
+            os.makedirs(os.path.join(rpmdir, arch), exist_ok=True)
         with concurrent.futures.ThreadPoolExecutor(max_workers=2) as pool:
             paths = list(pool.map(lambda b: rpmbuild(b, workdir, rpmdir), builds))
     finally:
