@@ -84,6 +84,7 @@ class Session:
         self._comps = None
         self._ts = None
         self._buildhosts = {}
+        self._index = None
         self._biarch = {}
         self._machineArch = self.conf.substitutions.get("arch") or hawkey.detect_arch()
 
@@ -148,6 +149,7 @@ class Session:
         self.otherLoaded = other
         self._comps = None
         self._buildhosts = {}
+        self._index = None
 
     def _download(self, repo, other):
         repo.load_metadata_other = other
@@ -196,13 +198,15 @@ class Session:
         """The package of the current sack that `pkg` (of an earlier one) stands for."""
         if self.base is None or self.base._sack is None:
             return None
+        # After a reload every collected package asks once: one pass over the
+        # sack answers them all, where a query each would take minutes on a
+        # distribution's worth of packages.
+        if self._index is None:
+            self._index = {(p.name, p.epoch, p.version, p.release, p.arch, p.reponame): p
+                           for p in self.base._sack.query()}
         reponame = packages.SYSTEM_REPO if pkg.repoid == packages.INSTALLED_REPO else pkg.repoid
-        q = self.base._sack.query().filterm(name=pkg.name, epoch=int(pkg.epoch),
-                                            version=pkg.version, release=pkg.release,
-                                            arch=pkg.arch, reponame=reponame)
-        for found in q:
-            return found
-        return None
+        return self._index.get((pkg.name, int(pkg.epoch), pkg.version, pkg.release, pkg.arch,
+                                reponame))
 
     # Collections ------------------------------------------------------
 
@@ -405,3 +409,4 @@ class Session:
         if self.base is not None:
             self.base.close()
             self.base = None
+        self._index = None
