@@ -3,6 +3,7 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QDialog>
+#include <QEventLoop>
 #include <QMessageBox>
 #include <QProcess>
 #include <QTextEdit>
@@ -72,6 +73,23 @@ void stopServing(QString const& root)
 bool cloneRoot(QString const& destination, QString* failure)
 {
     return sandboxTool({ QStringLiteral("clone"), sandboxDir(), destination }, failure);
+}
+
+void onWorker(std::function<void()> work)
+{
+    QEventLoop loop;
+    QThread* thread = QThread::create(std::move(work));
+    QObject::connect(thread, &QThread::finished, &loop, &QEventLoop::quit);
+    thread->start();
+    loop.exec();
+    thread->wait();
+    delete thread;
+}
+
+QList<Log::Entry> logged(YumIO* io, qsizetype from)
+{
+    QMutexLocker locker(&io->logEntries().mutex);
+    return io->logEntries().entries.mid(from);
 }
 
 bool pyRun(QString const& code)

@@ -1,12 +1,14 @@
 #pragma once
 
 // Python's header first: it sets feature macros the C library headers read.
+#include "TestRows.h"
 #include "yumio/YumIO.h"
 
 #include <QList>
 #include <QObject>
 #include <QString>
 #include <QTimer>
+#include <functional>
 
 // What the session's tests share: copies of the sandbox's root, a way to run
 // Python in the session's interpreter, and a user who answers the dialogs.
@@ -26,6 +28,13 @@ QString sandboxDir();
 QString python();
 // The native architecture of the sandbox's packages.
 QString nativeArch();
+
+// Runs `work` on a new thread while the GUI thread goes on with its events,
+// as the session's own workers do.
+void onWorker(std::function<void()> work);
+
+// The session's log entries from `from` on.
+QList<Log::Entry> logged(YumIO* io, qsizetype from = 0);
 
 // Runs statements in __main__ of the session's interpreter; the caller is the
 // GUI thread, which holds the interpreter lock.  False when they raised.
