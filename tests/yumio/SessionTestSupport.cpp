@@ -2,8 +2,6 @@
 
 #include <QAbstractButton>
 #include <QApplication>
-#include <QDialog>
-#include <QEventLoop>
 #include <QMessageBox>
 #include <QProcess>
 #include <QTextEdit>
@@ -13,9 +11,17 @@
 namespace SessionTest
 {
 
-QString sandboxDir()
+QString sandbox(QString const& command, QStringList const& arguments)
 {
-    return QString::fromLocal8Bit(qgetenv("SORVAN_BINARY_DIR")) + QLatin1String("/sandbox");
+    QProcess tool;
+    tool.start(python(),
+        QStringList { QStringLiteral("-I"), QStringLiteral("-B"),
+            qEnvironmentVariable("SORVAN_SOURCE_DIR") + QLatin1String("/tools/sandbox/sandbox.py"), command,
+            qEnvironmentVariable("SORVAN_BINARY_DIR") + QLatin1String("/sandbox") }
+            + arguments);
+    if (tool.waitForFinished(120000) && tool.exitStatus() == QProcess::NormalExit && tool.exitCode() == 0)
+        return QString();
+    return command + QLatin1String(" failed: ") + QString::fromLocal8Bit(tool.readAllStandardError());
 }
 
 QString python()
@@ -29,61 +35,14 @@ QString nativeArch()
     return ::uname(&names) == 0 ? QString::fromLatin1(names.machine) : QString();
 }
 
-namespace
-{
-
-// Runs the sandbox tool; false with its error output in `failure`.
-bool sandboxTool(QStringList const& arguments, QString* failure)
-{
-    QByteArray const source = qgetenv("SORVAN_SOURCE_DIR");
-    if (source.isEmpty() || qgetenv("SORVAN_BINARY_DIR").isEmpty()) {
-        if (failure)
-            *failure = QStringLiteral("SORVAN_SOURCE_DIR and SORVAN_BINARY_DIR must be set");
-        return false;
-    }
-    QProcess tool;
-    tool.start(python(),
-        QStringList { QStringLiteral("-I"), QStringLiteral("-B"),
-            QString::fromLocal8Bit(source) + QLatin1String("/tools/sandbox/sandbox.py") }
-            + arguments);
-    if (!tool.waitForFinished(120000) || tool.exitStatus() != QProcess::NormalExit || tool.exitCode() != 0) {
-        if (failure)
-            *failure = arguments.value(0) + QLatin1String(" failed: ")
-                + QString::fromLocal8Bit(tool.readAllStandardError());
-        return false;
-    }
-    return true;
-}
-
-} // namespace
-
-bool serveRoot(QString const& root, int rate, QString* failure)
-{
-    QStringList arguments { QStringLiteral("serve"), sandboxDir(), QStringLiteral("--root"), root };
-    if (rate > 0)
-        arguments << QStringLiteral("--rate") << QString::number(rate);
-    return sandboxTool(arguments, failure);
-}
-
-void stopServing(QString const& root)
-{
-    sandboxTool({ QStringLiteral("stop"), sandboxDir(), QStringLiteral("--root"), root }, nullptr);
-}
-
-bool cloneRoot(QString const& destination, QString* failure)
-{
-    return sandboxTool({ QStringLiteral("clone"), sandboxDir(), destination }, failure);
-}
-
 void onWorker(std::function<void()> work)
 {
     QEventLoop loop;
-    QThread* thread = QThread::create(std::move(work));
-    QObject::connect(thread, &QThread::finished, &loop, &QEventLoop::quit);
+    std::unique_ptr<QThread> thread(QThread::create(std::move(work)));
+    QObject::connect(thread.get(), &QThread::finished, &loop, &QEventLoop::quit);
     thread->start();
     loop.exec();
     thread->wait();
-    delete thread;
 }
 
 QList<Log::Entry> logged(YumIO* io, qsizetype from)
@@ -98,24 +57,6 @@ bool pyRun(QString const& code)
     int const result = PyRun_SimpleString(code.toUtf8().constData());
     PyGILState_Release(state);
     return result == 0;
-}
-
-QString pyEval(QString const& expression)
-{
-    PyGILState_STATE const state = PyGILState_Ensure();
-    QString text;
-    PyObject* main = PyImport_AddModule("__main__");
-    PyObject* globals = main ? PyModule_GetDict(main) : nullptr;
-    PyObject* value
-        = globals ? PyRun_String(expression.toUtf8().constData(), Py_eval_input, globals, globals) : nullptr;
-    PyObject* string = value ? PyObject_Str(value) : nullptr;
-    if (string)
-        text = QString::fromUtf8(PyUnicode_AsUTF8(string));
-    Py_XDECREF(string);
-    Py_XDECREF(value);
-    PyErr_Clear();
-    PyGILState_Release(state);
-    return text;
 }
 
 DialogAnswerer::DialogAnswerer()
@@ -137,8 +78,7 @@ void DialogAnswerer::look()
     auto* widget = qobject_cast<QDialog*>(QApplication::activeModalWidget());
     if (!widget || !widget->isVisible())
         return;
-    Dialog dialog;
-    dialog.title = widget->windowTitle();
+    Dialog dialog { Dialog::Other, widget->windowTitle(), QString() };
     if (auto* box = qobject_cast<QMessageBox*>(widget)) {
         dialog.kind = box->icon() == QMessageBox::Critical ? Dialog::Critical
             : box->icon() == QMessageBox::Warning          ? Dialog::Warning
@@ -149,12 +89,7 @@ void DialogAnswerer::look()
         for (QAbstractButton* button : box->buttons())
             if (!answer.isEmpty() && button->text() == answer)
                 press = button;
-        if (!press)
-            press = box->buttons().value(0);
-        if (press)
-            press->click();
-        else
-            box->reject();
+        press ? press->click() : box->reject();
         return;
     }
     QTextEdit const* area = widget->findChild<QTextEdit*>();
@@ -163,10 +98,7 @@ void DialogAnswerer::look()
         : widget->inherits("ScrollableConfirmDialog")       ? Dialog::Question
                                                             : Dialog::Other;
     dialogs.append(dialog);
-    if (accept)
-        widget->accept();
-    else
-        widget->reject();
+    accept ? widget->accept() : widget->reject();
 }
 
 } // namespace SessionTest

@@ -62,8 +62,8 @@ private Q_SLOTS:
     void initTestCase()
     {
         root = dir.filePath(QStringLiteral("root"));
-        QString failure;
-        QVERIFY2(cloneRoot(root, &failure), qPrintable(failure));
+        QString const failure = sandbox(QStringLiteral("clone"), { root });
+        QVERIFY2(failure.isEmpty(), qPrintable(failure));
         window = new QWidget;
         itemBar = new HProgressBar(window);
         io = new YumIO;
@@ -145,8 +145,8 @@ private Q_SLOTS:
         QVERIFY(!itemBar->isEnabled());
 
         QString const bare = dir.filePath(QStringLiteral("bare"));
-        QString failure;
-        QVERIFY2(cloneRoot(bare, &failure), qPrintable(failure));
+        QString const failure = sandbox(QStringLiteral("clone"), { bare });
+        QVERIFY2(failure.isEmpty(), qPrintable(failure));
         QDir repos(bare + QLatin1String("/etc/yum.repos.d"));
         for (QString const& file : repos.entryList({ QStringLiteral("*.repo") }, QDir::Files))
             QVERIFY(repos.remove(file));
