@@ -59,7 +59,18 @@ void SortFilterProxyModel::clearCache()
 void SortFilterProxyModel::clear()
 {
     cache.clear();
+    decideAll();
     HSortFilterProxyModel::clear();
+}
+
+void SortFilterProxyModel::decideAll()
+{
+    // Every entry in one go, before the rows are rebuilt in row order: in
+    // Search mode reading the texts is the long part, and their order matters.
+    if (model && filter && cache.size() != model->rowCount()) {
+        for (int row : decidingOrder())
+            filterAcceptsRow(row, QModelIndex());
+    }
 }
 
 void SortFilterProxyModel::setMode(Mode value)
@@ -128,14 +139,36 @@ void SortFilterProxyModel::setFilterRegExp(QString const& text)
     if (stripped != expression)
         cache.clear();
     expression = stripped;
+    decideAll();
     HSortFilterProxyModel::setFilterRegExp(stripped);
-    // Decide every entry now, in one go, rather than piecemeal as the view
-    // scrolls: in Search mode this is the long part.  A view has had them
-    // all decided already.
-    if (model && filter && cache.size() != model->rowCount()) {
-        for (int row = 0, rows = model->rowCount(); row < rows; ++row)
-            filterAcceptsRow(row, QModelIndex());
+}
+
+QList<int> SortFilterProxyModel::decidingOrder() const
+{
+    int const rows = model->rowCount();
+    QList<int> order(rows);
+    std::iota(order.begin(), order.end(), 0);
+    if (mode != Search || expression.isEmpty() || !yumIO)
+        return order;
+    QList<Package::Entry const*> unread;
+    QHash<Package::Entry const*, int> rowOf;
+    for (int row = 0; row < rows; ++row) {
+        if (row < searchTexts.size() && !searchTexts[row].isNull())
+            continue;
+        Package::Entry const* e = model->entry(row);
+        unread.append(e);
+        rowOf.insert(e, row);
     }
+    if (unread.isEmpty())
+        return order;
+    order.clear();
+    for (Package::Entry const* e : yumIO->readingOrder(unread))
+        order.append(rowOf.value(e));
+    for (int row = 0; row < rows; ++row) {
+        if (!rowOf.contains(model->entry(row)))
+            order.append(row);
+    }
+    return order;
 }
 
 void SortFilterProxyModel::setUpdateListed()

@@ -95,6 +95,10 @@ private:
     void forgetCollection();
     QByteArray const& lineOf(Package::Entry const& entry, int row) const;
     QByteArray const& searchTextsOf(Package::Entry const& entry, int row) const;
+    // The rows in the order to decide them: in Search mode, those whose texts
+    // are still to be read in the order the engine reads them fastest.
+    QList<int> decidingOrder() const;
+    void decideAll();
     // Each row's place in the order of the column's values: equal values,
     // equal places.
     QList<qint32> const& keysOf(int column, int rows) const;

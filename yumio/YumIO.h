@@ -166,6 +166,10 @@ public:
     QStringList getDefaultPkgs(Package::Entry const& entry);
     QStringList getOptionalPkgs(Package::Entry const& entry);
     QStringList getConditionalPkgs(Package::Entry const& entry);
+    // The entries in the order their details are quickest to read one after
+    // the other (where they lie in the engine's metadata); entries the engine
+    // does not place keep their order, after the others.
+    QList<Package::Entry const*> readingOrder(QList<Package::Entry const*> entries);
 
     // --- the engine --------------------------------------------------------
 

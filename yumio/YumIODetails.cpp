@@ -21,8 +21,13 @@ bool YumIO::hasHeader(PyObject* object)
 {
     if (!object)
         return false;
-    PyObject* header = PyObject_GetAttrString(object, "hdr");
-    if (!header) {
+    // Asked of every package for every field: the lookup that does not raise
+    // for an object without the attribute saves building an exception each time.
+    PyObject* name = PyUnicode_FromString("hdr");
+    PyObject* header = nullptr;
+    int const found = name ? _PyObject_LookupAttr(object, name, &header) : -1;
+    Py_XDECREF(name);
+    if (found <= 0) {
         PyErr_Clear();
         return false;
     }
@@ -472,6 +477,33 @@ QStringList YumIO::getOptionalPkgs(Package::Entry const& entry)
 QStringList YumIO::getConditionalPkgs(Package::Entry const& entry)
 {
     return getGroupList(entry, "conditional_packages", nullptr);
+}
+
+QList<Package::Entry const*> YumIO::readingOrder(QList<Package::Entry const*> entries)
+{
+    if (busy || !Python::isInitialized())
+        return entries;
+    QList<std::pair<qint64, Package::Entry const*>> placed;
+    placed.reserve(entries.size());
+    QList<Package::Entry const*> unplaced;
+    {
+        PyGILStateWrapper gil(true);
+        for (Package::Entry const* e : std::as_const(entries)) {
+            PyObject* order = e->object ? PyObject_GetAttrString(e->object, "storageOrder") : nullptr;
+            if (order && PyLong_Check(order))
+                placed.append({ PyLong_AsLongLong(order), e });
+            else
+                unplaced.append(e);
+            Py_XDECREF(order);
+            PyErr_Clear();
+        }
+    }
+    std::stable_sort(
+        placed.begin(), placed.end(), [](auto const& a, auto const& b) { return a.first < b.first; });
+    entries.clear();
+    for (auto const& [order, e] : std::as_const(placed))
+        entries.append(e);
+    return entries + unplaced;
 }
 
 // --- extra data -----------------------------------------------------------------------

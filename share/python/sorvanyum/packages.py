@@ -127,6 +127,13 @@ class Package:
                 self._gen = self._session.generation
         return self._pkg
 
+    @property
+    def storageOrder(self):
+        """Where the package lies in the loaded metadata.  Its long texts are
+        kept compressed in pages: read in this order, each page is unpacked once
+        instead of once per package."""
+        return hash(self.hawkey)
+
     # Simple fields ------------------------------------------------------
 
     @property

@@ -9,6 +9,7 @@ numbers them.
 """
 
 import bz2
+import collections
 import gzip
 import io
 import lzma
@@ -85,6 +86,7 @@ class Session:
         self._ts = None
         self._buildhosts = {}
         self._index = None
+        self._headers = collections.OrderedDict()
         self._biarch = {}
         self._machineArch = self.conf.substitutions.get("arch") or hawkey.detect_arch()
 
@@ -286,8 +288,25 @@ class Session:
             self._ts = ts
         return self._ts
 
+    # The program reads a package's fields one by one, each from its header:
+    # the last few headers read are kept rather than read again each time.
+    _HEADERS_KEPT = 16
+
     def header(self, pkg):
         """The rpm header of an installed package, from the root's database."""
+        key = pkg.pkgtup
+        h = self._headers.get(key)
+        if h is not None:
+            self._headers.move_to_end(key)
+            return h
+        h = self._readHeader(pkg)
+        if h is not None:
+            self._headers[key] = h
+            if len(self._headers) > self._HEADERS_KEPT:
+                self._headers.popitem(last=False)
+        return h
+
+    def _readHeader(self, pkg):
         current = pkg.hawkey
         ts = self._rpmTs()
         for h in ts.dbMatch(rpm.RPMDBI_PACKAGES, current.rpmdbid):
@@ -400,6 +419,7 @@ class Session:
     def flush(self):
         """Forget what was read from the rpm database, so the next read sees
         what a transaction changed."""
+        self._headers.clear()
         if self._ts is not None:
             self._ts.closeDB()
             self._ts = None
