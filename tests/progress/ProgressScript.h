@@ -1,77 +1,178 @@
 #pragma once
 
 #include "progress/Progress.h"
+#include "widgets/HProgressBar.h"
 
 #include <QElapsedTimer>
-#include <QList>
-#include <QMetaObject>
-#include <QString>
+#include <QHash>
 #include <QStringList>
+#include <QThread>
+#include <algorithm>
+#include <functional>
 
-class HProgressBar;
+using namespace Qt::StringLiterals;
 
-// Drives a progress model from short textual steps and records, one line per
+// Drives a progress model from one-line steps and records, one line per
 // signal, what each step emitted.  Steps (activities are single words):
-//   total <activity> <tail>             item <activity> <share> <tail>
-//   activity <activity>                 acts <size> <count>
-//   count <n>                           act <activity> <tail> <n>
-//   endacts                             batch <activity> <from> <to> <threads> <tail>
-//   slot <activity> <slot> <max>        slotvalue <slot> <value>
-//   slotend <slot>                      slotretry <slot>
-//   endbatch                            value <v>
-//   totalvalue <v>                      reset
-//   wait                                hold
-// Records:
-//   total <activity> <tail>             item <activity> <totalValue> <tail>
-//   activity <activity>                 count <totalValue>
-//   value <totalValue> <value>          endacts <totalValue>
-//   totalvalue <value>                  reset
-//   slots <state>:<name>:<value>/<max>,...   (or "slots -" for none)
-//
-// The model's value throttle lets a signal through once more than 9 ms have
-// passed since its last restart, which happens inside the model.  The runner
-// keeps two stopwatches around every step that turns out to have restarted
-// that throttle: one started just before the step, which never shows less
-// than the model's own, and one started just after it, which never shows
-// more.  "wait" lets the second pass 9 ms, after which the next value signal
-// is certain.  "hold" lets the second reach 8 ms: while the first still shows
-// 9 ms or less, the model's own shows 8 or 9, and suppression is certain.
+//   total A tail | item A share tail | activity A | acts size count | count n | act A tail n | endacts
+//   batch A from to threads tail | slot A slot max | slotvalue slot v | slotend slot | slotretry slot
+//   endbatch | value v | totalvalue v | reset | wait | hold
+// Records: "total A tail", "item A totalValue tail", "activity A", "count totalValue",
+//   "value totalValue value", "endacts totalValue", "totalvalue v", "reset", "slots st:name:v/max,..."
+//   (or "slots -").
+// The model's value throttle opens once 9 ms have passed since its last restart.  Around every step that
+// restarted it the runner starts one stopwatch just before (never behind the model's) and one just after
+// (never ahead): "wait" lets the second pass 9 ms, so the next value signal is certain; "hold" lets it reach
+// 8 ms, so while the first still shows 9 ms or less, suppression is certain.
 class ProgressScript
 {
 public:
-    explicit ProgressScript(Progress::Object& model);
-    ~ProgressScript();
+    explicit ProgressScript(Progress::Object& model)
+        : model(model)
+    {
+        using namespace Progress;
+        auto add = [&](auto signal, auto record) { links << QObject::connect(&model, signal, record); };
+        add(&Object::startTotalSig, [this](QString a, Steps t) { rec(u"total %1 %2"_s.arg(a).arg(t)); });
+        add(&Object::startItemSig,
+            [this](QString a, Steps v, Steps t) { rec(u"item %1 %2 %3"_s.arg(a).arg(v).arg(t)); });
+        add(&Object::changeItemActivitySig, [this](QString a) { rec(u"activity "_s + a); });
+        add(&Object::changeItemActsSig, [this](Steps v) { rec(u"count %1"_s.arg(v)); });
+        add(&Object::setItemValueSig, [this](Steps t, Steps v) { rec(u"value %1 %2"_s.arg(t).arg(v)); });
+        add(&Object::endItemActsSig, [this](Steps v) { rec(u"endacts %1"_s.arg(v)); });
+        add(&Object::setTotalValueSig, [this](Steps v) { rec(u"totalvalue %1"_s.arg(v)); });
+        add(&Object::updateThreadsStateSig, [this](ThreadsState const& s) { rec(threadsRecord(s)); });
+        add(&Object::resetSig, [this] { rec(u"reset"_s); });
+    }
+    // The model may outlive the script, and signals when it is deleted.
+    ~ProgressScript()
+    {
+        for (auto const& link : std::as_const(links))
+            QObject::disconnect(link);
+    }
     ProgressScript(ProgressScript const&) = delete;
     ProgressScript& operator=(ProgressScript const&) = delete;
 
-    // Performs one step (the part of a line before "->") and returns the
-    // signals it emitted.
-    QStringList perform(QString const& step);
+    // Performs one step and returns the records of the signals it emitted.
+    QStringList perform(QString const& step)
+    {
+        using namespace Progress;
+        QStringList const words = step.split(u' ', Qt::SkipEmptyParts);
+        if (words.value(0) == u"wait") {
+            while (sinceRestarted.isValid() && sinceRestarted.elapsed() <= 9)
+                QThread::msleep(1);
+            return {};
+        }
+        if (words.value(0) == u"hold") {
+            // Spinning, not sleeping: a sleep may overshoot the 2 ms window.
+            while (sinceRestarted.isValid() && sinceRestarted.elapsed() < 8)
+                QThread::yieldCurrentThread();
+            return {};
+        }
+        using A = QString const&;
+        using N = Steps const*;
+        // Arity, whether the first argument is an activity, and the call.
+        struct Op {
+            int arity;
+            bool activity;
+            void (*call)(Object&, A, N);
+        };
+        static QHash<QString, Op> const ops {
+            { "total", { 2, true, [](Object& m, A a, N n) { m.startTotal(a, n[0]); } } },
+            { "item", { 3, true, [](Object& m, A a, N n) { m.startItem(a, n[0], n[1]); } } },
+            { "activity", { 1, true, [](Object& m, A a, N) { m.changeItemActivity(a); } } },
+            { "acts", { 2, false, [](Object& m, A, N n) { m.setupItemActs(n[0], n[1]); } } },
+            { "count", { 1, false, [](Object& m, A, N n) { m.changeItemActs(n[0]); } } },
+            { "act", { 3, true, [](Object& m, A a, N n) { m.startItemAct(a, n[0], n[1]); } } },
+            { "endacts", { 0, false, [](Object& m, A, N) { m.endItemActs(); } } },
+            { "batch",
+                { 5, true, [](Object& m, A a, N n) { m.setupItemActsThreads(a, n[0], n[1], n[2], n[3]); } } },
+            { "slot", { 3, true, [](Object& m, A a, N n) { m.startItemActThread(a, n[0], n[1]); } } },
+            { "slotvalue", { 2, false, [](Object& m, A, N n) { m.setItemActsThreadValue(n[0], n[1]); } } },
+            { "slotend", { 1, false, [](Object& m, A, N n) { m.endItemActThread(n[0]); } } },
+            { "slotretry", { 1, false, [](Object& m, A, N n) { m.retryItemActThread(n[0]); } } },
+            { "endbatch", { 0, false, [](Object& m, A, N) { m.endItemActsThreads(); } } },
+            { "value", { 1, false, [](Object& m, A, N n) { m.setItemValue(n[0]); } } },
+            { "totalvalue", { 1, false, [](Object& m, A, N n) { m.setTotalValue(n[0]); } } },
+            { "reset", { 0, false, [](Object& m, A, N) { m.reset(); } } },
+        };
+        Op const op = ops.value(words.value(0), { -1, false, nullptr });
+        // Parsed before the call, so that a typo never reaches the model.
+        bool good = op.arity == words.size() - 1;
+        std::vector<Steps> n;
+        for (qsizetype i = op.activity ? 2 : 1; i < words.size(); ++i) {
+            bool ok = false;
+            n.push_back(words[i].toULongLong(&ok));
+            good = good && ok;
+        }
+        if (!good)
+            return { u"bad step: "_s + step };
 
-    // True when, during the last step, the model's value throttle was
-    // certainly still closed, or had never been started (then it was
-    // certainly open, and a suppressed signal would be a real fault too):
-    // either way the outcome was decided by the model, not by the machine's
-    // speed.
+        records.clear();
+        QElapsedTimer started;
+        started.start();
+        op.call(model, op.activity ? words[1] : QString(), n.data());
+        // Judged by the stopwatch of the restart before this step: the step may restart the throttle itself.
+        lastConclusive = !sinceRestart.isValid() || sinceRestart.elapsed() <= 9;
+        if (throttled(records) || startsWith(records, u"item "_s)) {
+            sinceRestart = started;
+            sinceRestarted.start();
+        }
+        return records;
+    }
+
+    // True when during the last step the value throttle was certainly closed (or never started, so certainly
+    // open): the outcome was the model's, not the machine's speed.
     bool conclusive() const { return lastConclusive; }
 
-    // True when the records hold a signal of the value throttle.
-    static bool throttled(QStringList const& records);
+    static bool throttled(QStringList const& records)
+    {
+        return startsWith(records, u"value "_s) || startsWith(records, u"totalvalue "_s);
+    }
 
-    static QString threadsRecord(Progress::ThreadsState const& threads);
-    // One line of a bar's state: "[activity] value minimum..maximum on|off".
-    static QString barState(HProgressBar const& bar);
+    static QString threadsRecord(Progress::ThreadsState const& threads)
+    {
+        QStringList slots;
+        for (unsigned i = 0; i < threads.count(); ++i)
+            slots << u"%1:%2:%3/%4"_s.arg(int(threads[i].state))
+                         .arg(threads[i].name)
+                         .arg(threads[i].value)
+                         .arg(threads[i].max);
+        return u"slots "_s + (slots.isEmpty() ? u"-"_s : slots.join(u','));
+    }
 
-    // A step line "op args -> record | record" split into its step and its
-    // expected records.
-    static QString stepOf(QString const& line);
-    static QStringList expectedOf(QString const& line);
+    // "[activity] value minimum..maximum on|off"
+    static QString barState(HProgressBar const& bar)
+    {
+        return u"[%1] %2 %3..%4 %5"_s.arg(bar.activity())
+            .arg(bar.value())
+            .arg(bar.minimum())
+            .arg(bar.maximum())
+            .arg(bar.isEnabled() ? u"on" : u"off");
+    }
+
+    // A line "step -> record | record": its step, and its expected records.
+    static QString stepOf(QString const& line) { return line.section(u"->"_s, 0, 0).trimmed(); }
+    static QStringList expectedOf(QString const& line)
+    {
+        QStringList expected;
+        for (QString const& record : line.section(u"->"_s, 1).split(u'|', Qt::SkipEmptyParts))
+            if (!record.trimmed().isEmpty())
+                expected << record.trimmed();
+        return expected;
+    }
 
 private:
+    static bool startsWith(QStringList const& records, QString const& head)
+    {
+        return std::any_of(
+            records.cbegin(), records.cend(), [&](QString const& r) { return r.startsWith(head); });
+    }
+    void rec(QString const& record) { records << record; }
+
     Progress::Object& model;
     QStringList records;
     QElapsedTimer sinceRestart;
     QElapsedTimer sinceRestarted;
     bool lastConclusive = true;
-    QList<QMetaObject::Connection> connections;
+    QList<QMetaObject::Connection> links;
 };
