@@ -1,27 +1,19 @@
 #pragma once
 
-// Throw-away managed roots and message-box answering for the configuration
-// file tests.  Nothing here touches the host's /etc: every path is inside a
-// temporary directory that SORVANROOT points at.
+// Throw-away managed roots, message-box answering and compact entry texts for
+// the configuration file tests.  Every path is inside a temporary directory
+// that SORVANROOT points at, never the host's /etc.
 
-#include "repo/RepoEntry.h"
+#include "repo/YumConfIO.h"
+#include "tests/yumio/TestRows.h"
 
 #include <QAbstractButton>
 #include <QApplication>
-#include <QDir>
 #include <QDirIterator>
-#include <QFile>
-#include <QFileInfo>
-#include <QMap>
 #include <QMessageBox>
-#include <QPointer>
 #include <QPushButton>
-#include <QSet>
 #include <QTemporaryDir>
-#include <QTest>
 #include <QTimer>
-#include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <sys/fsuid.h>
 #include <sys/stat.h>
@@ -30,120 +22,86 @@
 namespace ConfTest
 {
 
-// A managed root in a temporary directory, made the current one
-// ($SORVANROOT) for the object's life.  Paths given to its members are those
-// of the managed system ("/etc/yum.conf").
+inline QByteArray local(QString const& path)
+{
+    return QFile::encodeName(path);
+}
+
+// A managed root, current for the object's life; members take the managed
+// system's paths ("/etc/yum.conf").
 class Root
 {
 public:
     Root()
     {
-        m_previous = qgetenv("SORVANROOT");
-        m_hadPrevious = qEnvironmentVariableIsSet("SORVANROOT");
-        qputenv("SORVANROOT", QFile::encodeName(m_dir.path()));
-        // Traversable by everyone, so that the tests that drop privileges
-        // meet only the permissions they set up themselves.
-        ::chmod(QFile::encodeName(m_dir.path()).constData(), 0755);
+        qputenv("SORVANROOT", local(m_dir.path()));
+        ::chmod(local(m_dir.path()).constData(), 0755); // traversable for AsNobody
     }
-    ~Root()
-    {
-        if (m_hadPrevious)
-            qputenv("SORVANROOT", m_previous);
-        else
-            qunsetenv("SORVANROOT");
-    }
-    bool isValid() const { return m_dir.isValid(); }
+    ~Root() { qputenv("SORVANROOT", "/nonexistent/sorvan-test-root"); }
     QString path() const { return m_dir.path(); }
     QString host(QString const& system) const { return m_dir.path() + system; }
-
     void mkdir(QString const& system) const { QDir().mkpath(host(system)); }
 
     bool put(QString const& system, QByteArray const& content, mode_t mode = 0644) const
     {
         mkdir(QFileInfo(system).path());
         QFile file(host(system));
-        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(content) != content.size())
-            return false;
-        file.close();
-        return ::chmod(QFile::encodeName(host(system)).constData(), mode) == 0;
+        return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.flush()
+            && ::chmod(local(host(system)).constData(), mode) == 0;
     }
-
     bool link(QString const& system, QString const& target) const
     {
         mkdir(QFileInfo(system).path());
-        return ::symlink(QFile::encodeName(target).constData(), QFile::encodeName(host(system)).constData())
-            == 0;
+        return ::symlink(local(target).constData(), local(host(system)).constData()) == 0;
     }
-
     QByteArray get(QString const& system) const
     {
         QFile file(host(system));
-        if (!file.open(QIODevice::ReadOnly))
-            return QByteArray("<unreadable>");
-        return file.readAll();
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
     }
-
-    bool exists(QString const& system) const
-    {
-        struct stat st;
-        return ::lstat(QFile::encodeName(host(system)).constData(), &st) == 0;
-    }
-
-    bool isLink(QString const& system) const
-    {
-        struct stat st;
-        return ::lstat(QFile::encodeName(host(system)).constData(), &st) == 0 && S_ISLNK(st.st_mode);
-    }
-
     struct stat status(QString const& system) const
     {
         struct stat st;
         std::memset(&st, 0, sizeof st);
-        ::lstat(QFile::encodeName(host(system)).constData(), &st);
+        ::lstat(local(host(system)).constData(), &st);
         return st;
     }
+    bool isLink(QString const& system) const { return S_ISLNK(status(system).st_mode); }
 
-    // Every file and link below the root, by system path: the content of a
-    // file with its mode and owner, or the target of a link.
+    // Every file and link below the root by system path: mode, owner and
+    // content of a file, or the target of a link.
     QMap<QString, QByteArray> snapshot() const
     {
         QMap<QString, QByteArray> files;
-        QDirIterator it(m_dir.path(), QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+        QDirIterator it(path(), QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
             QDirIterator::Subdirectories);
         while (it.hasNext()) {
-            QString const hostPath = it.next();
-            QString const system = hostPath.mid(m_dir.path().size());
-            struct stat st;
-            if (::lstat(QFile::encodeName(hostPath).constData(), &st) != 0 || S_ISDIR(st.st_mode))
-                continue;
-            if (S_ISLNK(st.st_mode)) {
-                char target[4096];
-                ssize_t const length
-                    = ::readlink(QFile::encodeName(hostPath).constData(), target, sizeof target);
-                files.insert(system, "-> " + QByteArray(target, int(std::max<ssize_t>(length, 0))));
-                continue;
-            }
-            files.insert(system,
-                QByteArray::number(st.st_mode & 07777, 8) + ' ' + QByteArray::number(st.st_uid) + ':'
-                    + QByteArray::number(st.st_gid) + '\n' + get(system));
+            QString const system = it.next().mid(path().size());
+            struct stat const st = status(system);
+            char target[4096];
+            if (S_ISLNK(st.st_mode))
+                files.insert(system,
+                    "-> "
+                        + QByteArray(
+                            target, ::readlink(local(host(system)).constData(), target, sizeof target)));
+            else if (!S_ISDIR(st.st_mode))
+                files.insert(system,
+                    QByteArray::number(st.st_mode & 07777, 8) + ' ' + QByteArray::number(st.st_uid) + ':'
+                        + QByteArray::number(st.st_gid) + '\n' + get(system));
         }
         return files;
     }
 
 private:
     QTemporaryDir m_dir;
-    QByteArray m_previous;
-    bool m_hadPrevious = false;
 };
 
-// Takes the file-system identity of an unprivileged user for the calling
-// thread while it lives, so that permissions mean something to a test run
-// as root.  Does nothing for a test not run as root.
+// The file-system identity of an unprivileged user for the calling thread,
+// so that permissions mean something to a test run as root.
 class AsNobody
 {
 public:
     AsNobody()
-        : m_root(::geteuid() == 0)
     {
         if (m_root) {
             ::setfsgid(65534);
@@ -157,28 +115,23 @@ public:
             ::setfsgid(0);
         }
     }
-    AsNobody(AsNobody const&) = delete;
-    AsNobody& operator=(AsNobody const&) = delete;
 
 private:
-    bool m_root;
+    bool const m_root = ::geteuid() == 0;
 };
 
-// Answers every message box that shows up while it lives, recording what
-// each one said.  The answers are used in order; once they run out, boxes
-// are answered with the last one; an answer the box has no button for is
-// given by pressing Escape.
+// Answers every message box shown while it lives, in order of `answers` (the
+// last one repeats), recording each; an answer the box lacks is Escape.
 class BoxAnswerer : public QObject
 {
 public:
     struct Box {
         QMessageBox::Icon icon;
-        QString title;
-        QString text;
+        QString title, text;
         QMessageBox::StandardButtons buttons;
-        QMessageBox::StandardButton defaultButton;
-        QMessageBox::StandardButton escapeButton;
+        QMessageBox::StandardButton defaultButton, escapeButton;
     };
+    QList<Box> boxes;
 
     explicit BoxAnswerer(QList<QMessageBox::StandardButton> answers = { QMessageBox::Ok })
         : m_answers(answers)
@@ -186,93 +139,83 @@ public:
         connect(&m_timer, &QTimer::timeout, this, &BoxAnswerer::answer);
         m_timer.start(5);
     }
-
-    QList<Box> boxes;
-
-    QStringList texts() const
+    // The texts of the boxes shown, joined by "|".
+    QString texts() const
     {
         QStringList list;
         for (Box const& box : boxes)
             list.append(box.text);
-        return list;
+        return list.join(QLatin1Char('|'));
     }
 
 private:
     void answer()
     {
-        for (QWidget* widget : QApplication::topLevelWidgets()) {
-            auto* box = qobject_cast<QMessageBox*>(widget);
-            if (!box || !box->isVisible() || m_answered.contains(box))
-                continue;
-            m_answered.insert(box);
-            auto standard = [&](QAbstractButton* button) {
-                return button ? box->standardButton(button) : QMessageBox::NoButton;
-            };
-            boxes.append({ box->icon(), box->windowTitle(), box->text(), box->standardButtons(),
-                standard(box->defaultButton()), standard(box->escapeButton()) });
-            QMessageBox::StandardButton const answer
-                = m_answers.size() > 1 ? m_answers.takeFirst() : m_answers.value(0, QMessageBox::Ok);
-            if (QAbstractButton* button = box->button(answer))
-                button->click();
-            else // what a user pressing Escape gets
-                QTest::keyClick(box, Qt::Key_Escape);
-        }
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (!box || !box->isVisible() || m_answered.contains(box))
+            return;
+        m_answered.append(box);
+        auto standard
+            = [box](QAbstractButton* b) { return b ? box->standardButton(b) : QMessageBox::NoButton; };
+        boxes.append({ box->icon(), box->windowTitle(), box->text(), box->standardButtons(),
+            standard(box->defaultButton()), standard(box->escapeButton()) });
+        auto const answer = m_answers.size() > 1 ? m_answers.takeFirst() : m_answers.value(0);
+        if (QAbstractButton* button = box->button(answer))
+            button->click();
+        else
+            QTest::keyClick(box, Qt::Key_Escape);
     }
 
     QTimer m_timer;
     QList<QMessageBox::StandardButton> m_answers;
-    QSet<QMessageBox*> m_answered;
+    QList<QMessageBox*> m_answered;
 };
 
-// Builds expected entries: E("a", 1).name("A").enabled(Repo::Entry::On).
-class E
+// A YumConfIO with the tables it refers to.
+struct Conf {
+    QList<YumRepoEnabled> requests;
+    QHash<QString, bool> session;
+    YumConfIO io { requests, session };
+};
+
+inline Repo::Entry entry(QString const& id, double position, QString const& file = {})
 {
-public:
-    E(QString const& id, double position)
-    {
-        m_entry.id = id;
-        m_entry.position = position;
+    Repo::Entry e;
+    e.id = id;
+    e.position = position;
+    e.file = file;
+    return e;
+}
+
+// An entry as "id@position key=value ...", only the fields that are set, line
+// feeds shown as "|"; a list joined by "; ".
+inline QString describe(Repo::EntryList const& entries)
+{
+    QStringList list;
+    for (Repo::Entry const& e : entries) {
+        QString text = e.id + QLatin1Char('@') + QString::number(e.position);
+        auto add = [&](char const* key, QString const& value) {
+            if (!value.isEmpty())
+                text += QLatin1Char(' ') + QLatin1String(key) + QLatin1Char('=') + value;
+        };
+        auto flag = [](Repo::Entry::Flag f) {
+            return f == Repo::Entry::Unset ? QString()
+                                           : QString::fromLatin1(f == Repo::Entry::On ? "on" : "off");
+        };
+        add("name", e.name);
+        add("baseurl", e.baseurl);
+        add("mirrorlist", e.mirrorlist);
+        add("enabled", flag(e.enabled));
+        add("gpgcheck", flag(e.gpgcheck));
+        add("other", e.other);
+        list.append(text.replace(QLatin1Char('\n'), QLatin1Char('|')));
     }
-    E& name(QString const& value) { return m_entry.name = value, *this; }
-    E& baseurl(QString const& value) { return m_entry.baseurl = value, *this; }
-    E& mirrorlist(QString const& value) { return m_entry.mirrorlist = value, *this; }
-    E& enabled(Repo::Entry::Flag value) { return m_entry.enabled = value, *this; }
-    E& gpgcheck(Repo::Entry::Flag value) { return m_entry.gpgcheck = value, *this; }
-    E& other(QString const& value) { return m_entry.other = value, *this; }
-    E& file(QString const& value) { return m_entry.file = value, *this; }
-    operator Repo::Entry() const { return m_entry; }
+    return list.join(QLatin1String("; "));
+}
 
-private:
-    Repo::Entry m_entry;
-};
-
-// The texts that strerror gives, for the "; errno = %1 (%2)." suffix.
 inline QString errnoSuffix(int error)
 {
     return QStringLiteral("; errno = %1 (%2).").arg(error).arg(QString::fromLocal8Bit(::strerror(error)));
-}
-
-// One entry on one line, for comparisons with readable differences.
-inline QString describe(Repo::Entry const& entry)
-{
-    auto escaped = [](QString text) {
-        return text.replace(QLatin1Char('\\'), QLatin1String("\\\\"))
-            .replace(QLatin1Char('\n'), QLatin1String("\\n"));
-    };
-    return QStringLiteral("[%1] name=%2 baseurl=%3 mirrorlist=%4 enabled=%5 gpgcheck=%6 other=%7 position=%8")
-        .arg(escaped(entry.id), escaped(entry.name), escaped(entry.baseurl), escaped(entry.mirrorlist))
-        .arg(int(entry.enabled))
-        .arg(int(entry.gpgcheck))
-        .arg(escaped(entry.other))
-        .arg(entry.position);
-}
-
-inline QStringList describe(Repo::EntryList const& entries)
-{
-    QStringList list;
-    for (Repo::Entry const& entry : entries)
-        list.append(describe(entry));
-    return list;
 }
 
 } // namespace ConfTest
