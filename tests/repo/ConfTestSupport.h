@@ -98,26 +98,16 @@ private:
 
 // The file-system identity of an unprivileged user for the calling thread,
 // so that permissions mean something to a test run as root.
-class AsNobody
-{
-public:
-    AsNobody()
+struct AsNobody {
+    AsNobody() { become(65534); }
+    ~AsNobody() { become(0); }
+    static void become(unsigned id)
     {
-        if (m_root) {
-            ::setfsgid(65534);
-            ::setfsuid(65534);
+        if (::geteuid() == 0) {
+            ::setfsgid(id);
+            ::setfsuid(id);
         }
     }
-    ~AsNobody()
-    {
-        if (m_root) {
-            ::setfsuid(0);
-            ::setfsgid(0);
-        }
-    }
-
-private:
-    bool const m_root = ::geteuid() == 0;
 };
 
 // Answers every message box shown while it lives, in order of `answers` (the

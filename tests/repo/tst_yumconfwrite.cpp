@@ -118,47 +118,43 @@ private Q_SLOTS:
     void roundTrip_data()
     {
         // Read, write, read gives the same entries; writing them again changes nothing.
-        columns<QByteArray, QByteArray, QByteArray, QByteArray>("main", "repo", "mainWritten", "repoWritten");
-        QByteArray const plain("[main]\ncachedir=/var/cache/x\n");
-        row("continuation URLs", plain, QByteArray("[a]\nbaseurl=file:///srv/a/\n  file:///srv/b/\n"), plain,
-            QByteArray("[a]\nbaseurl=file:///srv/a/\n        file:///srv/b/\n"));
-        row("URLs on one line", plain, QByteArray("[a]\nbaseurl=file:///srv/a/ file:///srv/b/\n"), plain,
-            QByteArray("[a]\nbaseurl=file:///srv/a/\n        file:///srv/b/\n"));
-        row("trailing blank after URL", plain, QByteArray("[a]\nbaseurl=file:///srv/a/ \n"), plain,
-            QByteArray("[a]\nbaseurl=file:///srv/a/\n        \n"));
-        row("keys reordered, comments after them", plain,
-            QByteArray("[a]\n# why\ngpgcheck=0\nenabled=no\nexclude=k*\nmirrorlist=m\nName=x\nname=A\n"),
-            plain,
-            QByteArray("[a]\nname=A\nmirrorlist=m\nenabled=1\ngpgcheck=0\n# why\nexclude=k*\nName=x\n"));
+        columns<QString, QString, QString, QString>("main", "repo", "mainWritten", "repoWritten");
+        char const* plain = "[main]\ncachedir=/var/cache/x\n";
+        char const* twoUrls = "[a]\nbaseurl=file:///a/\n        file:///b/\n";
+        row("continuation URLs", plain, "[a]\nbaseurl=file:///a/\n  file:///b/\n", plain, twoUrls);
+        row("URLs on one line", plain, "[a]\nbaseurl=file:///a/ file:///b/\n", plain, twoUrls);
+        row("trailing blank after URL", plain, "[a]\nbaseurl=file:///a/ \n", plain,
+            "[a]\nbaseurl=file:///a/\n        \n");
+        row("keys reordered, others after them", plain,
+            "[a]\n# why\ngpgcheck=0\nenabled=no\nexclude=k*\nmirrorlist=m\nName=x\nname=A\n", plain,
+            "[a]\nname=A\nmirrorlist=m\nenabled=1\ngpgcheck=0\n# why\nexclude=k*\nName=x\n");
         row("leading comments lost, blank lines normalised", plain,
-            QByteArray("# file header\n\n[a]\nname=A\n\n\nexclude=x\n\n\n\n[b]\n\n"), plain,
-            QByteArray("[a]\nname=A\nexclude=x\n\n[b]\n"));
+            "# head\n\n[a]\nname=A\n\n\nexclude=x\n\n\n\n[b]\n\n", plain, "[a]\nname=A\nexclude=x\n\n[b]\n");
         row("sections of the main file after its text",
-            QByteArray("# top\n[main]\ngpgcheck=1\n\n  \n[m]\ngpgcheck=0\nname=M\n\n[n]\n"),
-            QByteArray("[a]\n"),
-            QByteArray("# top\n[main]\ngpgcheck=1\n\n  \n[m]\nname=M\ngpgcheck=0\n\n[n]\n"),
-            QByteArray("[a]\n"));
-        row("untrimmed identifier and values", plain, QByteArray("[ x ]\nname = My repo \n"), plain,
-            QByteArray("[ x ]\nname=My repo \n"));
-        row("latin-1 and utf-8 bytes kept", QByteArray("[main]\n# caf\xc3\xa9\n"),
-            QByteArray("[a]\nname=D\xe9p\xf4t \xc3\xa9\n"), QByteArray("[main]\n# caf\xc3\xa9\n"),
-            QByteArray("[a]\nname=D\xe9p\xf4t \xc3\xa9\n"));
+            "# top\n[main]\ngpgcheck=1\n\n  \n[m]\ngpgcheck=0\nname=M\n\n[n]\n", "[a]\n",
+            "# top\n[main]\ngpgcheck=1\n\n  \n[m]\nname=M\ngpgcheck=0\n\n[n]\n", "[a]\n");
+        row("untrimmed identifier and values", plain, "[ x ]\nname = My repo \n", plain,
+            "[ x ]\nname=My repo \n");
+        QString const bytes = QString::fromLatin1("[a]\nname=D\xe9p\xf4t \xc3\xa9\n");
+        row("latin-1 and utf-8 bytes kept", plain, bytes, plain, bytes);
     }
     void roundTrip()
     {
-        QFETCH(QByteArray, main);
-        QFETCH(QByteArray, repo);
+        QFETCH(QString, main);
+        QFETCH(QString, repo);
+        QFETCH(QString, mainWritten);
+        QFETCH(QString, repoWritten);
         Root root;
-        QVERIFY(root.put("/etc/yum.conf", main));
-        QVERIFY(root.put("/etc/yum.repos.d/r.repo", repo));
+        QVERIFY(root.put("/etc/yum.conf", main.toLatin1()));
+        QVERIFY(root.put("/etc/yum.repos.d/r.repo", repo.toLatin1()));
         Conf conf, again;
         BoxAnswerer answerer;
         QVERIFY(conf.io.read(nullptr));
         QString const first = describe(conf.io.repos());
         QVERIFY2(conf.io.write(nullptr), qPrintable(answerer.texts()));
         for (int pass = 0; pass < 2; ++pass) {
-            QTEST(root.get("/etc/yum.conf"), "mainWritten");
-            QTEST(root.get("/etc/yum.repos.d/r.repo"), "repoWritten");
+            QCOMPARE(root.get("/etc/yum.conf"), mainWritten.toLatin1());
+            QCOMPARE(root.get("/etc/yum.repos.d/r.repo"), repoWritten.toLatin1());
             QVERIFY(again.io.read(nullptr));
             QCOMPARE(describe(again.io.repos()), first);
             QCOMPARE(again.io.mainText(), conf.io.mainText());
@@ -207,45 +203,41 @@ private Q_SLOTS:
 
     void checkErrors_data()
     {
-        // "id:name" of the entries given and of those written (none: nothing written).
-        columns<QSL, QMessageBox::StandardButton, QString, QSL>("ids", "answer", "question", "written");
+        // Identifiers in order (entry i is named i, from 1), and the entries written.
+        columns<QString, QMessageBox::StandardButton, QString, QString>(
+            "ids", "answer", "question", "written");
         QString const noId = QStringLiteral("A repository has no Identifier.  It will be removed.");
         auto dups = [](char const* list) {
-            return QStringLiteral(
-                "Two or more repositories have the same Identifier(s), %1.  Only one repository "
-                "will be applied for each Identifier.")
+            return QStringLiteral("Two or more repositories have the same Identifier(s), %1.  Only one "
+                                  "repository will be applied for each Identifier.  Proceed?")
                 .arg(QLatin1String(list));
         };
-        row("no problem", QSL { "a:1", "b:1" }, QMessageBox::No, QString(), QSL { "a:1", "b:1" });
-        row("no identifier, yes", QSL { "a:1", ":2", "b:3" }, QMessageBox::Yes, noId + "  Proceed?",
-            QSL { "a:1", "b:3" });
-        row("no identifier, no", QSL { "a:1", ":2" }, QMessageBox::No, noId + "  Proceed?", QSL());
-        row("three times, every pair listed", QSL { "a:1", "a:2", "b:3", "a:4" }, QMessageBox::Yes,
-            dups("a, a, a") + "  Proceed?", QSL { "a:1", "b:3" });
-        row("two identifiers twice", QSL { "b:1", "a:2", "b:3", "a:4" }, QMessageBox::Yes,
-            dups("b, a") + "  Proceed?", QSL { "b:1", "a:2" });
-        row("both, on two lines", QSL { ":1", "a:2", ":3", "a:4" }, QMessageBox::Yes,
-            noId + "\n" + dups(", a") + "  Proceed?", QSL { "a:2" });
-        row("escape means no", QSL { "a:1", "a:2" }, QMessageBox::Cancel, dups("a") + "  Proceed?", QSL());
+        row("no problem", "a,b", QMessageBox::No, QString(), "1 2");
+        row("no identifier, yes", "a,,b", QMessageBox::Yes, noId + "  Proceed?", "1 3");
+        row("no identifier, no", "a,", QMessageBox::No, noId + "  Proceed?", "");
+        row("three times, every pair listed", "a,a,b,a", QMessageBox::Yes, dups("a, a, a"), "1 3");
+        row("two identifiers twice", "b,a,b,a", QMessageBox::Yes, dups("b, a"), "1 2");
+        row("both, on two lines", ",a,,a", QMessageBox::Yes, noId + "\n" + dups(", a"), "2");
+        row("escape means no", "a,a", QMessageBox::Cancel, dups("a"), "");
     }
     void checkErrors()
     {
-        QFETCH(QSL, ids);
+        QFETCH(QString, ids);
         QFETCH(QMessageBox::StandardButton, answer);
         QFETCH(QString, question);
-        QFETCH(QSL, written);
+        QFETCH(QString, written);
         Root root;
         QVERIFY(root.put("/etc/yum.conf", "[main]\n"));
         QVERIFY(root.put("/etc/yum.repos.d/old.repo", "[old]\n"));
         Conf conf;
         BoxAnswerer answerer({ answer });
         QVERIFY(conf.io.read(nullptr));
-        Repo::EntryList entries;
-        for (QString const& id : ids) {
-            entries.append(entry(id.section(':', 0, 0), entries.size() + 1, "all.repo"));
-            entries.last().name = id.section(':', 1);
+        QStringList const id = ids.split(QLatin1Char(','));
+        conf.io.repos().clear(); // old.repo's section is deleted
+        for (int i = 0; i < id.size(); ++i) {
+            conf.io.repos().append(entry(id[i], i + 1, "all.repo"));
+            conf.io.repos().last().name = QString::number(i + 1);
         }
-        conf.io.setRepos(entries);
         Files const before = root.snapshot();
 
         QCOMPARE(conf.io.write(nullptr), !written.isEmpty());
@@ -263,11 +255,11 @@ private Q_SLOTS:
             QCOMPARE(root.snapshot(), before);
             return;
         }
-        QByteArray expected;
-        for (QString const& e : written)
-            expected += (expected.isEmpty() ? "[" : "\n[") + e.section(':', 0, 0).toLatin1()
-                + "]\nname=" + e.section(':', 1).toLatin1() + '\n';
-        QCOMPARE(root.get("/etc/yum.repos.d/all.repo"), expected);
+        QStringList sections;
+        for (QString const& n : written.split(QLatin1Char(' ')))
+            sections.append(
+                QLatin1Char('[') + id[n.toInt() - 1] + QLatin1String("]\nname=") + n + QLatin1Char('\n'));
+        QCOMPARE(root.get("/etc/yum.repos.d/all.repo"), sections.join(QLatin1Char('\n')).toLatin1());
         QVERIFY(!root.snapshot().contains("/etc/yum.repos.d/old.repo"));
     }
 
@@ -465,14 +457,13 @@ private Q_SLOTS:
             Repo::FileReplacer::failAt(failing, mode);
             QVERIFY2(!conf.io.write(nullptr), step.constData());
             Repo::FileReplacer::failAt(0);
-            QCOMPARE(answerer.boxes.size(), 1);
-            QVERIFY2(
-                QRegularExpression(QStringLiteral("^Unable to (write|unlink) repository configuration file "))
-                    .match(answerer.boxes[0].text)
-                    .hasMatch(),
-                qPrintable(answerer.texts()));
-            QVERIFY2(answerer.texts().endsWith(
-                         errnoSuffix(mode == Repo::FileReplacer::FailMode::Error ? ENOSPC : EIO)),
+            QString const suffix = errnoSuffix(mode == Repo::FileReplacer::FailMode::Error ? ENOSPC : EIO);
+            QVERIFY2(answerer.boxes.size() == 1
+                    && QRegularExpression(
+                        QStringLiteral("^Unable to (write|unlink) repository configuration file /.*")
+                        + QRegularExpression::escape(suffix) + QLatin1Char('$'))
+                           .match(answerer.texts())
+                           .hasMatch(),
                 qPrintable(answerer.texts()));
 
             Files const all = root.snapshot();
@@ -494,12 +485,13 @@ private Q_SLOTS:
                 QVERIFY2(stillNew || now.contains(path),
                     (step + path.toUtf8() + " deleted too early").constData());
 
-            if (mode
-                == Repo::FileReplacer::FailMode::Error) { // cleaned up; the list can then be written whole
+            // After a failure: cleaned up, and the list can then be written whole.
+            // After a crash: what is left is never read as configuration.
+            if (mode == Repo::FileReplacer::FailMode::Error) {
                 QCOMPARE(temporaries(all), QSL());
                 QVERIFY2(conf.io.write(nullptr), step.constData());
                 QCOMPARE(root.snapshot(), after);
-            } else { // what a crash leaves is never read as configuration
+            } else {
                 Conf reader;
                 BoxAnswerer readerAnswerer({ QMessageBox::No });
                 QVERIFY2(reader.io.read(nullptr), step.constData());
