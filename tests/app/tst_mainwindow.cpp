@@ -51,14 +51,12 @@ private:
 
 void TestMainWindow::initTestCase()
 {
-    QVERIFY(root.isValid());
     // A root of its own: the session locks it and tests run side by side.
-    QString const sandbox = qEnvironmentVariable("SORVAN_BINARY_DIR") + QStringLiteral("/sandbox");
-    QString const clone = root.filePath(QStringLiteral("root"));
+    QString const clone = root.filePath("root");
     QProcess tool;
-    tool.start(QStringLiteral("/usr/bin/python3"),
-        { QStringLiteral("-I"), qEnvironmentVariable("SORVAN_SOURCE_DIR") + "/tools/sandbox/sandbox.py",
-            QStringLiteral("clone"), sandbox, clone });
+    tool.start("/usr/bin/python3",
+        { "-I", qEnvironmentVariable("SORVAN_SOURCE_DIR") + "/tools/sandbox/sandbox.py", "clone",
+            qEnvironmentVariable("SORVAN_BINARY_DIR") + "/sandbox", clone });
     QVERIFY(tool.waitForFinished(120000));
     QVERIFY2(tool.exitCode() == 0, tool.readAllStandardError().constData());
     qputenv("SORVANROOT", clone.toLocal8Bit());
@@ -67,12 +65,10 @@ void TestMainWindow::initTestCase()
     view = child<PackageTable::View>("view");
     connect(window->yumSession(), &YumIO::collectedExtraData, this, [this] { ++extraDataSignals; });
 
-    QList<QByteArray> args { "sorvan", "--state=all", "--groups", "--mode=search", "--regexp=foo" };
-    QVector<char*> argv;
-    for (QByteArray& arg : args)
-        argv.append(arg.data());
-    argv.append(nullptr);
-    QCOMPARE(Startup::parseCommandLine(int(args.size()), argv.data(), *window), -1);
+    QByteArray args[] = { "sorvan", "--state=all", "--groups", "--mode=search", "--regexp=foo" };
+    char* argv[]
+        = { args[0].data(), args[1].data(), args[2].data(), args[3].data(), args[4].data(), nullptr };
+    QCOMPARE(Startup::parseCommandLine(5, argv, *window), -1);
     // Nothing is loaded before the window is up.
     QCOMPARE(extraDataSignals, 0);
 
@@ -92,11 +88,7 @@ QStringList TestMainWindow::listedNames() const
 int TestMainWindow::modelRow(QString const& name) const
 {
     PackageTable::Model* model = view->tableModel();
-    for (int row = 0; row < model->rowCount(); ++row) {
-        if (model->index(row, 3).data().toString() == name)
-            return row;
-    }
-    return -1;
+    return model->match(model->index(0, 3), Qt::DisplayRole, name, 1, Qt::MatchExactly).value(0).row();
 }
 
 void TestMainWindow::filterTo(QString const& regexp)
@@ -107,12 +99,12 @@ void TestMainWindow::filterTo(QString const& regexp)
 
 void TestMainWindow::startupOptionsAndSearch()
 {
-    QCOMPARE(child<QComboBox>("stateBox")->currentText(), QStringLiteral("View All"));
+    QCOMPARE(child<QComboBox>("stateBox")->currentText(), "View All");
     QVERIFY(child<QCheckBox>("groupsCheck")->isChecked());
     QCOMPARE(child<QComboBox>("modeBox")->currentIndex(), int(PackageTable::Search));
-    QCOMPARE(child<QPushButton>("filterButton")->text(), QStringLiteral("Search"));
+    QCOMPARE(child<QPushButton>("filterButton")->text(), "Search");
     QCOMPARE(child<QLineEdit>("regexpEdit")->toolTip(),
-        QStringLiteral("Regular expression to compare to all fields of a package"));
+        "Regular expression to compare to all fields of a package");
     QVERIFY(child<QWidget>("mainPanel")->isVisible());
     QVERIFY(child<QWidget>("mainPanel")->isEnabled());
 
@@ -121,45 +113,45 @@ void TestMainWindow::startupOptionsAndSearch()
     QVERIFY(session->fileListsLoaded());
     QVERIFY(session->otherDataLoaded());
     QCOMPARE(extraDataSignals, 2);
-    QVERIFY(!child<QComboBox>("modeBox")->toolTip().contains(QStringLiteral("(Must load extra data.)")));
+    QVERIFY(!child<QComboBox>("modeBox")->toolTip().contains("(Must load extra data.)"));
 
     // sv-libfoo by name, sv-app through its requirement on it; nothing that
     // does not mention foo anywhere.
     QStringList const names = listedNames();
-    QVERIFY2(names.contains(QStringLiteral("sv-libfoo")), qPrintable(names.join(u',')));
-    QVERIFY2(names.contains(QStringLiteral("sv-app")), qPrintable(names.join(u',')));
-    QVERIFY(!names.contains(QStringLiteral("sv-docs")));
-    QVERIFY(!names.contains(QStringLiteral("SORVAN Core")));
+    QVERIFY2(names.contains("sv-libfoo"), qPrintable(names.join(u',')));
+    QVERIFY2(names.contains("sv-app"), qPrintable(names.join(u',')));
+    QVERIFY(!names.contains("sv-docs"));
+    QVERIFY(!names.contains("SORVAN Core"));
 }
 
 void TestMainWindow::unlistedActionsWarning()
 {
     child<QComboBox>("modeBox")->setCurrentIndex(PackageTable::Filter);
-    filterTo(QStringLiteral(".*"));
+    filterTo(".*");
     HFrameLabel* warning = child<HFrameLabel>("warningLabel");
     QPushButton* clear = child<QPushButton>("clearButton");
     QCOMPARE(warning->text(), QString());
     QRect const clearGeometry = clear->geometry();
 
-    int const row = modelRow(QStringLiteral("sv-docs"));
+    int const row = modelRow("sv-docs");
     QVERIFY(row >= 0);
     PackageTable::Model* model = view->tableModel();
     model->setAction(model->index(row, 0), Package::Update);
     QCOMPARE(window->yumSession()->operator[](row)->action, Package::Update);
 
-    filterTo(QStringLiteral("^sv-tool"));
-    QVERIFY(!listedNames().contains(QStringLiteral("sv-docs")));
-    QCOMPARE(warning->text(), QStringLiteral("Unlisted Actions"));
-    QVERIFY(warning->toolTip().startsWith(QStringLiteral("Some packages have actions specified")));
+    filterTo("^sv-tool");
+    QVERIFY(!listedNames().contains("sv-docs"));
+    QCOMPARE(warning->text(), "Unlisted Actions");
+    QVERIFY(warning->toolTip().startsWith("Some packages have actions specified"));
     QCOMPARE(clear->geometry(), clearGeometry);
 
-    filterTo(QStringLiteral("docs"));
+    filterTo("docs");
     QCOMPARE(warning->text(), QString());
     QCOMPARE(clear->geometry(), clearGeometry);
 
     // A state filter that hides it warns as well; clearing the actions ends it.
     child<QComboBox>("stateBox")->setCurrentIndex(PackageTable::Installable);
-    QCOMPARE(warning->text(), QStringLiteral("Unlisted Actions"));
+    QCOMPARE(warning->text(), "Unlisted Actions");
     QTest::mouseClick(clear, Qt::LeftButton);
     QCOMPARE(warning->text(), QString());
     QCOMPARE(window->yumSession()->operator[](row)->action, Package::NoAction);
@@ -170,7 +162,7 @@ void TestMainWindow::busyWhileCollecting()
     QWidget* panel = child<QWidget>("mainPanel");
     QAction* logAction = nullptr;
     for (QAction* action : child<QMenu>("windowsMenu")->actions()) {
-        if (action->text() == QStringLiteral("&Log"))
+        if (action->text() == "&Log")
             logAction = action;
     }
     QVERIFY(logAction);
@@ -188,7 +180,7 @@ void TestMainWindow::busyWhileCollecting()
             logEnabled = logAction->isEnabled();
             logAction->trigger();
             for (QWidget* top : QApplication::topLevelWidgets()) {
-                if (top->windowTitle() == QStringLiteral("SORVAN Log") && top->isVisible())
+                if (top->windowTitle() == "SORVAN Log" && top->isVisible())
                     logShown = true;
             }
         }
