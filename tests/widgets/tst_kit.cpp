@@ -1,13 +1,86 @@
+// The rest of the widget kit: the warning label, menus with tool-tips, the
+// tool-tip window, and the dialogs.
+#include "widgets/GeneralTip.h"
 #include "widgets/HFrameLabel.h"
 #include "widgets/HMenu.h"
-#include "widgets/HScrollArea.h"
+#include "widgets/HTextEdit.h"
+#include "widgets/ScrollableConfirmDialog.h"
+#include "widgets/ScrollableErrorDialog.h"
+#include "widgets/TextDialog.h"
 
 #include <QApplication>
+#include <QDialogButtonBox>
+#include <QGridLayout>
 #include <QHelpEvent>
+#include <QLabel>
+#include <QPushButton>
 #include <QScreen>
 #include <QScrollBar>
+#include <QSignalSpy>
 #include <QTest>
+#include <QTimer>
 #include <QToolTip>
+
+namespace
+{
+// The text a tip shows; its owner keeps it, as a progress minion does.
+struct Source {
+    int builds = 0;
+    QString text = "In Progress";
+};
+
+void build(GeneralTip* tip, void* data)
+{
+    auto* source = static_cast<Source*>(data);
+    ++source->builds;
+    auto* grid = new QGridLayout(tip);
+    grid->addWidget(new QLabel("foo-1.0-1.noarch.rpm", tip), 0, 0);
+    grid->addWidget(new QLabel(source->text, tip), 0, 1);
+}
+
+QStringList labels(GeneralTip* tip)
+{
+    QStringList texts;
+    for (QLabel* label : tip->findChildren<QLabel*>())
+        texts << label->text();
+    return texts;
+}
+
+// A dialog that refuses to be shown while `allowed` is false.
+class GuardedDialog : public HDialog
+{
+public:
+    bool allowed = true;
+    int asked = 0;
+
+protected:
+    bool aboutToShow() override
+    {
+        ++asked;
+        return allowed;
+    }
+};
+
+// Runs `act` on the modal dialog once it is up; a dialog that never appears
+// ends its exec() with -99 instead of hanging the test.
+void whenShown(QDialog* dialog, std::function<void()> act)
+{
+    auto* poll = new QTimer(dialog);
+    QObject::connect(poll, &QTimer::timeout, dialog, [=, tries = 0]() mutable {
+        if (dialog->isVisible() || ++tries > 200) {
+            poll->stop();
+            poll->deleteLater();
+            dialog->isVisible() ? act() : dialog->done(-99);
+        }
+    });
+    poll->start(10);
+}
+
+bool scrolls(QWidget* dialog)
+{
+    return dialog->findChild<HTextEdit*>()->verticalScrollBar()->maximum() > 0;
+}
+} // namespace
 
 class TestKit : public QObject
 {
@@ -16,8 +89,16 @@ class TestKit : public QObject
 private Q_SLOTS:
     void frameLabelDrawsNothingWithoutText();
     void menuShowsToolTips();
-    void scrollArea_data();
-    void scrollArea();
+    void tipGoesAway_data();
+    void tipGoesAway();
+    void tipIsOneAtATimeAndOnTheScreen();
+    void liveTipFollowsItsSource();
+    void dialogShowingAndHiding();
+    void confirm_data();
+    void confirm();
+    void errorDialogFitsTheScreen_data();
+    void errorDialogFitsTheScreen();
+    void textDialogGrowsForALongerText();
 };
 
 void TestKit::frameLabelDrawsNothingWithoutText()
@@ -38,8 +119,8 @@ void TestKit::frameLabelDrawsNothingWithoutText()
 
         // Filled inside the frame left of any text; with no text, not even a frame.
         QImage const image = window.grab(label->geometry()).toImage();
-        QColor const inside = image.pixelColor(label->frameWidth() + 1, label->height() / 2);
-        QCOMPARE(inside, text.isEmpty() ? grey : QColor(Qt::yellow));
+        QCOMPARE(image.pixelColor(label->frameWidth() + 1, label->height() / 2),
+            text.isEmpty() ? grey : QColor(Qt::yellow));
         for (int y = 0; text.isEmpty() && y < image.height(); ++y)
             for (int x = 0; x < image.width(); ++x)
                 QCOMPARE(image.pixelColor(x, y), grey);
@@ -64,32 +145,236 @@ void TestKit::menuShowsToolTips()
     QToolTip::hideText();
 }
 
-void TestKit::scrollArea_data()
+void TestKit::tipGoesAway_data()
 {
-    QTest::addColumn<QSize>("content");
-    QTest::addColumn<bool>("horizontal");
-    QTest::addColumn<bool>("vertical");
+    QTest::addColumn<QString>("cause");
+    QTest::addColumn<bool>("stays");
 
-    QTest::newRow("small") << QSize(200, 150) << false << false;
-    QTest::newRow("taller than the screen") << QSize(200, 5000) << false << true;
-    QTest::newRow("larger than the screen") << QSize(5000, 5000) << true << true;
+    QTest::newRow("key press") << "key" << false;
+    QTest::newRow("click") << "click" << false;
+    QTest::newRow("pointer leaves the widget") << "leave" << false;
+    QTest::newRow("pointer moves outside the widget") << "move outside" << false;
+    QTest::newRow("pointer moves inside the widget") << "move inside" << true;
+    QTest::newRow("widget hidden") << "hide" << false;
+    QTest::newRow("widget deleted") << "delete" << false;
 }
 
-void TestKit::scrollArea()
+void TestKit::tipGoesAway()
 {
-    QFETCH(QSize, content);
-    HScrollArea area;
-    auto* inner = new QWidget;
-    inner->setMinimumSize(content);
-    area.setWidget(inner);
-    // Sized for its content up to what the screen holds; only the overflowing direction scrolls.
-    QSize const hint = area.sizeHint();
-    QVERIFY(area.screen()->availableGeometry().size().boundedTo(hint) == hint);
-    area.resize(hint);
-    area.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&area));
-    QTEST(area.horizontalScrollBar()->isVisible(), "horizontal");
-    QTEST(area.verticalScrollBar()->isVisible(), "vertical");
+    QFETCH(QString, cause);
+    QFETCH(bool, stays);
+    QWidget window;
+    auto* widget = new QWidget(&window);
+    widget->setGeometry(20, 20, 200, 30);
+    window.resize(300, 100);
+    window.show();
+    window.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    Source source;
+    GeneralTip::showTip(widget->mapToGlobal(QPoint(5, 5)), build, &source, widget, true);
+    QPointer<GeneralTip> tip = GeneralTip::current();
+    QVERIFY(tip);
+
+    auto move = [&](QWidget* to, QPoint local) {
+        QMouseEvent event(QEvent::MouseMove, local, to->mapToGlobal(local), Qt::NoButton, Qt::NoButton, {});
+        QApplication::sendEvent(to, &event);
+    };
+    QEvent leave(QEvent::Leave);
+    if (cause == "key")
+        QTest::keyClick(&window, Qt::Key_A);
+    else if (cause == "click")
+        QTest::mouseClick(&window, Qt::LeftButton, {}, QPoint(5, 5));
+    else if (cause == "leave")
+        QApplication::sendEvent(widget, &leave);
+    else if (cause == "move outside")
+        move(&window, QPoint(250, 80));
+    else if (cause == "move inside")
+        move(widget, QPoint(100, 15));
+    else if (cause == "hide")
+        widget->hide();
+    else
+        delete widget;
+    QApplication::processEvents();
+    QCOMPARE(GeneralTip::current() != nullptr, stays);
+    if (stays)
+        QVERIFY(tip && tip->isVisible());
+    else
+        QTRY_VERIFY(tip.isNull());
+    GeneralTip::hideTip();
+}
+
+void TestKit::tipIsOneAtATimeAndOnTheScreen()
+{
+    QWidget widget;
+    widget.show();
+    Source first, second;
+    second.text = "Complete";
+    QRect const screen = widget.screen()->availableGeometry();
+    GeneralTip::showTip(screen.center(), build, &first, &widget, false);
+    QPointer<GeneralTip> const old = GeneralTip::current();
+    QVERIFY(old && old->isVisible());
+    QVERIFY(old->width() >= old->layout()->sizeHint().width());
+
+    // Near the corner it stays on the screen, and never covers the pointer.
+    QPoint const corner = screen.bottomRight() - QPoint(3, 3);
+    GeneralTip::showTip(corner, build, &second, &widget, false);
+    QVERIFY(GeneralTip::current() != old);
+    QTRY_VERIFY(old.isNull());
+    QCOMPARE(labels(GeneralTip::current()), QStringList({ "foo-1.0-1.noarch.rpm", "Complete" }));
+    QRect const frame = GeneralTip::current()->frameGeometry();
+    QVERIFY(screen.contains(frame));
+    QVERIFY(frame.bottom() < corner.y());
+    GeneralTip::hideTip();
+}
+
+void TestKit::liveTipFollowsItsSource()
+{
+    QWidget widget;
+    widget.show();
+    Source live, still;
+    GeneralTip::showTip(QPoint(5, 5), build, &live, &widget, true);
+    GeneralTip* tip = GeneralTip::current();
+    live.text = "512 / 1024";
+    QTRY_VERIFY_WITH_TIMEOUT(live.builds >= 2, 5 * GeneralTip::refreshInterval);
+    QCOMPARE(GeneralTip::current(), tip);
+    // The old content is replaced, not piled up.
+    QCOMPARE(labels(tip), QStringList({ "foo-1.0-1.noarch.rpm", "512 / 1024" }));
+
+    GeneralTip::showTip(QPoint(5, 5), build, &still, &widget, false);
+    QTest::qWait(3 * GeneralTip::refreshInterval);
+    QCOMPARE(still.builds, 1);
+    GeneralTip::hideTip();
+}
+
+void TestKit::dialogShowingAndHiding()
+{
+    // hidden() follows every hiding, by whatever path.
+    GuardedDialog dialog;
+    QSignalSpy hidden(&dialog, &HDialog::hidden);
+    for (QString const path : { "accept", "hide", "escape" }) {
+        whenShown(&dialog, [&] {
+            if (path == "accept")
+                dialog.accept();
+            else if (path == "hide")
+                dialog.hide();
+            else
+                QTest::keyClick(&dialog, Qt::Key_Escape);
+        });
+        QCOMPARE(dialog.exec(), path == "accept" ? int(QDialog::Accepted) : int(QDialog::Rejected));
+        QVERIFY(!dialog.isVisible());
+    }
+    QCOMPARE(hidden.count(), 3);
+    QCOMPARE(dialog.asked, 3);
+
+    // A refused dialog stays hidden, and exec() returns at once instead of
+    // waiting for a dialog nobody can see or close.
+    dialog.allowed = false;
+    QTimer::singleShot(3000, &dialog, [&] { dialog.done(-1); });
+    QCOMPARE(dialog.exec(), int(QDialog::Rejected));
+    dialog.show();
+    QVERIFY(!dialog.isVisible());
+    QCOMPARE(dialog.asked, 5);
+    QCOMPARE(hidden.count(), 3);
+}
+
+void TestKit::confirm_data()
+{
+    QTest::addColumn<bool>("named"); // the buttons' own texts, or the defaults
+    QTest::addColumn<QString>("answer");
+    QTest::addColumn<int>("result");
+
+    QTest::newRow("accepted") << true << "accept" << int(QDialog::Accepted);
+    QTest::newRow("rejected, default texts") << false << "reject" << int(QDialog::Rejected);
+    // The default button must not be the one that changes the system.
+    QTest::newRow("enter") << true << "enter" << int(QDialog::Rejected);
+    QTest::newRow("escape") << true << "escape" << int(QDialog::Rejected);
+}
+
+void TestKit::confirm()
+{
+    QFETCH(bool, named);
+    QFETCH(QString, answer);
+    QString const text = "Transaction to be performed:\n\tInstall: foo 1.0-1 (noarch) [local]\n"
+                         "\tRemove: <baz> 0.9-1 (noarch)\nTotal download size: 1.2 M\n";
+    QWidget parent;
+    ScrollableConfirmDialog dialog(text, named ? "Cancel" : "", named ? "Apply" : "", &parent);
+    QCOMPARE(dialog.rejectButton()->text(), named ? "Cancel" : "&No");
+    QCOMPARE(dialog.acceptButton()->text(), named ? "Apply" : "&Yes");
+    QCOMPARE(dialog.findChild<HTextEdit*>()->toPlainText(), text);
+    bool scrolled = true;
+    whenShown(&dialog, [&] {
+        scrolled = scrolls(&dialog);
+        if (answer == "accept")
+            dialog.acceptButton()->click();
+        else if (answer == "reject")
+            dialog.rejectButton()->click();
+        else
+            QTest::keyClick(QApplication::focusWidget() ? QApplication::focusWidget() : &dialog,
+                answer == "enter" ? Qt::Key_Return : Qt::Key_Escape);
+    });
+    QTEST(dialog.exec(), "result");
+    // A short transaction is shown whole.
+    QVERIFY(!scrolled);
+}
+
+void TestKit::errorDialogFitsTheScreen_data()
+{
+    QTest::addColumn<int>("lines");
+    QTest::addColumn<bool>("scrolls");
+    QTest::newRow("a walkback") << 15 << false;
+    QTest::newRow("one very long line") << 0 << false;
+    QTest::newRow("pages of output") << 600 << true;
+}
+
+void TestKit::errorDialogFitsTheScreen()
+{
+    QFETCH(int, lines);
+    // A very long line is wrapped rather than cut off at the side.
+    QString text = lines ? "" : "Cannot download repomd.xml: " + QString(300, 'x');
+    for (int i = 0; i < lines; ++i)
+        text += QString("  File \"/usr/lib/python3/dnf/base.py\", line %1\n").arg(i);
+    ScrollableErrorDialog dialog(text);
+    HTextEdit* area = dialog.findChild<HTextEdit*>();
+    QCOMPARE(area->toPlainText(), text);
+    bool scrolled = false;
+    whenShown(&dialog, [&] {
+        scrolled = scrolls(&dialog);
+        QList<QPushButton*> const buttons = dialog.findChildren<QPushButton*>();
+        QCOMPARE(buttons.size(), 1);
+        buttons.first()->click();
+    });
+    QCOMPARE(dialog.exec(), int(QDialog::Accepted));
+    QRect const available = dialog.screen()->availableGeometry();
+    QVERIFY(dialog.width() <= available.width() && dialog.height() <= available.height());
+    QTEST(scrolled, "scrolls");
+    QCOMPARE(area->horizontalScrollBar()->maximum(), 0);
+}
+
+void TestKit::textDialogGrowsForALongerText()
+{
+    TextDialog dialog;
+    dialog.setText("/usr/bin/foo\n/usr/share/doc/foo/README");
+    QSize small, large;
+    whenShown(&dialog, [&] {
+        small = dialog.size();
+        dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Close)->click();
+    });
+    dialog.exec();
+
+    // Reused for a long change log: it grows for it, and the old text is gone.
+    QString log;
+    for (int i = 300; i > 0; --i)
+        log += QString("* Mon Jan 01 2024 Some Packager <packager@example.org> - 1.0-%1\n- Rebuilt\n").arg(i);
+    dialog.setText(log);
+    QCOMPARE(dialog.text(), log);
+    QCOMPARE(dialog.findChildren<HTextEdit*>().size(), 1);
+    whenShown(&dialog, [&] {
+        large = dialog.size();
+        QTest::keyClick(&dialog, Qt::Key_Escape);
+    });
+    QCOMPARE(dialog.exec(), int(QDialog::Rejected));
+    QVERIFY(large.height() > small.height() && large.width() > small.width());
+    QVERIFY(large.height() <= dialog.screen()->availableGeometry().height());
 }
 
 QTEST_MAIN(TestKit)
