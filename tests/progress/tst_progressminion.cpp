@@ -27,7 +27,7 @@ void dirty(HProgressBar& bar)
     bar.setEnabled(true);
 }
 
-// The tip's rows as "left|cell|frame|background", every cell's text black.
+// The tip's rows as "left|cell|frame style|background|text colour".
 QStringList tipRows(QWidget* tip)
 {
     QStringList rows;
@@ -38,26 +38,21 @@ QStringList tipRows(QWidget* tip)
             return item ? qobject_cast<QLabel*>(item->widget()) : nullptr;
         };
         QLabel *left = label(0), *cell = label(1);
-        if (!left || !cell) {
-            rows << u"row %1 is not two labels"_s.arg(row);
-            continue;
-        }
-        int const frame = cell->frameStyle();
+        if (!left || !cell)
+            return { "not a grid of labels" };
         QPalette const colours = cell->palette();
-        rows << QStringList { left->text(), cell->text(),
-            frame == (QFrame::StyledPanel | QFrame::Plain) ? u"panel"_s
-                : frame == QFrame::Box                     ? u"box"_s
-                                                           : QString::number(frame),
-            cell->autoFillBackground() ? colours.color(QPalette::Window).name() : u"unfilled"_s,
-            colours.color(QPalette::WindowText).name() }
-                    .join(u'|');
+        rows << u"%1|%2|%3|%4|%5"_s.arg(left->text(), cell->text(), QString::number(cell->frameStyle()),
+            cell->autoFillBackground() ? colours.color(QPalette::Window).name() : "unfilled",
+            colours.color(QPalette::WindowText).name());
     }
     return rows;
 }
 
-QString row(QString const& left, QString const& cell, char const* frame, char const* fill)
+// A styled panel with a plain shadow, or a plain box.
+QString row(QString const& left, QString const& cell, char const* fill, bool boxed = false)
 {
-    return QStringList { left, cell, frame, fill, "#000000" }.join(u'|');
+    return u"%1|%2|%3|%4|#000000"_s.arg(
+        left, cell, QString::number(boxed ? QFrame::Box : QFrame::StyledPanel | QFrame::Plain), fill);
 }
 char const* const progress = "#ffff00";
 char const* const complete = "#90ee90";
@@ -113,15 +108,12 @@ void TestProgressMinion::bars_data()
     auto bars = [](char const* name, QString const& steps, QString const& total, QString const& item) {
         QTest::newRow(name) << steps << total << item;
     };
-    bars("a new model empties both bars", "", empty, empty);
     bars("a new total empties the item bar", "total T 1000; item A 10 1; total Collecting 24000",
         "[Collecting] 0 0..24000 on", empty);
     bars("the next item moves the total bar", "total T 1000; item A 300 10; item B 200 4",
         "[T] 300 0..1000 on", "[B] 0 0..4 on");
     bars("an item value moves both bars", "total T 1000; item A 100 100; item B 900 90; wait; value 45",
         "[T] 550 0..1000 on", "[B] 45 0..90 on");
-    bars("the item's activity changes", "total T 10; item A 5 5; activity Other", "[T] 0 0..10 on",
-        "[Other] 0 0..5 on");
     bars("a late count moves the total bar", "total T 1000; item P 100 1; acts 600 3; act A 10 1; count 6",
         "[T] 200 0..1000 on", "[A] 0 0..10 on");
     bars("the end of the acts moves the total bar",
@@ -144,7 +136,7 @@ void TestProgressMinion::bars()
     dirty(item);
     Progress::Object model(&total, &item);
     ProgressScript script(model);
-    for (QString const& step : steps.split(u';', Qt::SkipEmptyParts))
+    for (QString const& step : steps.split(u';'))
         QVERIFY2(!script.perform(step).value(0).startsWith(u"bad step"), qPrintable(step));
     QTEST(ProgressScript::barState(total), "totalBar");
     QTEST(ProgressScript::barState(item), "itemBar");
@@ -175,13 +167,7 @@ void TestProgressMinion::workThreadReportsThroughTheQueue()
                 return;
             }
             ProgressScript script(*slot);
-            auto run = [&](QString const& lines) {
-                for (QString const& line : lines.split(u';')) {
-                    QStringList const got = script.perform(ProgressScript::stepOf(line));
-                    if (got != ProgressScript::expectedOf(line))
-                        faults << line + u" gave "_s + got.join(u" | ");
-                }
-            };
+            auto run = [&](QString const& lines) { faults << script.check(lines); };
             run("total Collecting 24000 -> total Collecting 24000;"
                 "item Preparing 100 100 -> item Preparing 0 100; wait; value 40 -> value 40 40");
             checkpoint();
@@ -233,9 +219,8 @@ void TestProgressMinion::workThreadReportsThroughTheQueue()
     QVERIFY(GeneralTip::current());
     QCOMPARE(GeneralTip::current()->parentWidget(), &item);
     QCOMPARE(tipRows(GeneralTip::current()),
-        QStringList({ row("a.rpm", "512 / 1024 (0.5%%)", "panel", progress),
-            row("b.rpm", "Complete", "box", complete),
-            row("1 downloads", "Not Started Yet", "panel", waiting) }));
+        QStringList({ row("a.rpm", "512 / 1024 (0.5%%)", progress), row("b.rpm", "Complete", complete, true),
+            row("1 downloads", "Not Started Yet", waiting) }));
     proceed.release();
 
     QVERIFY(reached.tryAcquire(1, 60000));
@@ -245,6 +230,7 @@ void TestProgressMinion::workThreadReportsThroughTheQueue()
     proceed.release();
 
     QVERIFY(thread->wait(60000));
+    faults.removeAll(QString());
     QVERIFY2(faults.isEmpty(), qPrintable(faults.join(u'\n')));
     QVERIFY(!pumpedByModel);
     QVERIFY2(pumpedByLoop, "the probe of event processing never ran");
@@ -263,35 +249,32 @@ void TestProgressMinion::tip_data()
 
     QTest::newRow("in progress, of known and unknown length")
         << QStringList { "2:a.rpm:512/1024", "2:c.rpm:1/3", "2:iso:6000000000/8000000000", "2:b.rpm:300/1" }
-        << QStringList { row("a.rpm", "512 / 1024 (0.5%%)", "panel", progress),
-               row("c.rpm", "1 / 3 (0.333333%%)", "panel", progress),
-               row("iso", "6000000000 / 8000000000 (0.75%%)", "panel", progress),
-               row("b.rpm", "In Progress", "panel", progress) };
+        << QStringList { row("a.rpm", "512 / 1024 (0.5%%)", progress),
+               row("c.rpm", "1 / 3 (0.333333%%)", progress),
+               row("iso", "6000000000 / 8000000000 (0.75%%)", progress),
+               row("b.rpm", "In Progress", progress) };
     // A state past the known ones counts as not started; names are plain text.
     QTest::newRow("every state, in slot order")
         << QStringList { "0::0/1", "3:done.rpm:5/5", "2:a.rpm:10/40", "1:<b>x</b>:0/9", "4:odd:0/1" }
-        << QStringList { row("done.rpm", "Complete", "box", complete),
-               row("a.rpm", "10 / 40 (0.25%%)", "panel", progress),
-               row("<b>x</b>", "Retrying", "box", waiting),
-               row("2 downloads", "Not Started Yet", "panel", waiting) };
+        << QStringList { row("done.rpm", "Complete", complete, true),
+               row("a.rpm", "10 / 40 (0.25%%)", progress), row("<b>x</b>", "Retrying", waiting, true),
+               row("2 downloads", "Not Started Yet", waiting) };
 
     QStringList twenty, twentyRows;
     for (int i = 0; i < 20; ++i) {
         twenty << u"3:f%1:1/1"_s.arg(i);
-        twentyRows << row(u"f%1"_s.arg(i), "Complete", "box", complete);
+        twentyRows << row(u"f%1"_s.arg(i), "Complete", complete, true);
     }
     QTest::newRow("20 complete are listed one by one") << twenty << twentyRows;
-    QTest::newRow("21 complete are summed up")
-        << (twenty + QStringList { "3:last:1/1" })
-        << QStringList { row("21 downloads", "Complete", "panel", complete) };
+    QTest::newRow("21 complete are summed up") << (twenty + QStringList { "3:last:1/1" })
+                                               << QStringList { row("21 downloads", "Complete", complete) };
     QStringList many
         = twenty + QStringList { "3:g:1/1", "3:h:1/1", "3:i:1/1", "3:j:1/1", "3:k:1/1", "2:q.rpm:7/1" };
     many.insert(3, "2:p.rpm:100/400");
     QTest::newRow("25 complete and 2 in progress")
         << many
-        << QStringList { row("25 downloads", "Complete", "panel", complete),
-               row("p.rpm", "100 / 400 (0.25%%)", "panel", progress),
-               row("q.rpm", "In Progress", "panel", progress) };
+        << QStringList { row("25 downloads", "Complete", complete),
+               row("p.rpm", "100 / 400 (0.25%%)", progress), row("q.rpm", "In Progress", progress) };
 }
 
 void TestProgressMinion::tip()
@@ -324,8 +307,7 @@ void TestProgressMinion::hoverShowsLiveSlots()
     model->startItemActThread("y.rpm", 1, 1);
     tip->rebuild();
     QCOMPARE(tipRows(tip),
-        QStringList({ row("x.rpm", "25 / 100 (0.25%%)", "panel", progress),
-            row("y.rpm", "In Progress", "panel", progress) }));
+        QStringList({ row("x.rpm", "25 / 100 (0.25%%)", progress), row("y.rpm", "In Progress", progress) }));
     // The end of the operation takes the tip down with the slots.
     model.reset();
     QVERIFY(!GeneralTip::current());
