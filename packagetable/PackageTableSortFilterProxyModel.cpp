@@ -49,6 +49,8 @@ void SortFilterProxyModel::forgetCollection()
     searchTexts.clear();
     for (QList<qint32>& column : keys)
         column.clear();
+    for (QList<qint64>& column : sortKeys)
+        column.clear();
 }
 
 void SortFilterProxyModel::clearCache()
@@ -192,16 +194,23 @@ bool SortFilterProxyModel::filterAcceptsRow(int sourceRow, QModelIndex const& so
         return true;
     if (!model || sourceParent.isValid())
         return false;
+    // Asked of every row each time the rows are rebuilt: an array, not a hash.
+    int const rows = model->rowCount();
+    if (cache.byRow.size() != rows) {
+        cache.clear();
+        cache.byRow.fill(Verdicts::Unknown, rows);
+    }
+    if (sourceRow < 0 || sourceRow >= rows)
+        return false;
+    qint8& cached = cache.byRow[sourceRow];
+    if (cached != Verdicts::Unknown)
+        return cached == Verdicts::Yes;
     Package::Entry* e = model->entry(sourceRow);
     if (!e)
         return false;
-    if (cache.isEmpty())
-        cache.reserve(model->rowCount());
-    auto const cached = cache.constFind(e);
-    if (cached != cache.constEnd())
-        return cached.value();
     bool const verdict = acceptRow(*e, sourceRow);
-    cache.insert(e, verdict);
+    cached = verdict ? Verdicts::Yes : Verdicts::No;
+    ++cache.decided;
     return verdict;
 }
 
@@ -393,6 +402,19 @@ QList<qint32> const& SortFilterProxyModel::keysOf(int column, int rows) const
     return cached;
 }
 
+QList<qint64> const& SortFilterProxyModel::sortKeysOf(int column, int rows) const
+{
+    QList<qint64>& cached = sortKeys[column];
+    if (cached.size() != rows) {
+        QList<qint32> const& values = keysOf(column, rows);
+        QList<qint32> const& names = keysOf(NameColumn, rows);
+        cached.resize(rows);
+        for (int row = 0; row < rows; ++row)
+            cached[row] = column == NameColumn ? names[row] : qint64(values[row]) * rows + names[row];
+    }
+    return cached;
+}
+
 bool SortFilterProxyModel::lessThan(QModelIndex const& left, QModelIndex const& right) const
 {
     if (!left.model() || !right.model() || !model)
@@ -411,11 +433,8 @@ bool SortFilterProxyModel::lessThan(QModelIndex const& left, QModelIndex const& 
         if (x != y)
             return x < y;
     } else {
-        QList<qint32> const& values = keysOf(column, rows);
-        if (values[a] != values[b])
-            return values[a] < values[b];
-        if (column == NameColumn)
-            return false;
+        QList<qint64> const& values = sortKeysOf(column, rows);
+        return values[a] < values[b];
     }
     QList<qint32> const& names = keysOf(NameColumn, rows);
     return names[a] < names[b];

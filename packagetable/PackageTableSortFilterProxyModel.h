@@ -102,6 +102,9 @@ private:
     // Each row's place in the order of the column's values: equal values,
     // equal places.
     QList<qint32> const& keysOf(int column, int rows) const;
+    // The same with the Name column's place as the tie-breaker, in one number:
+    // a sort compares each pair with a single comparison.
+    QList<qint64> const& sortKeysOf(int column, int rows) const;
     // The state, kind and superseded flag of each row, packed in a byte: all
     // that the settings other than the expression look at.
     QList<quint8> const& factsOf(int rows) const;
@@ -114,7 +117,20 @@ private:
     bool groups;
     YumIO* yumIO;
     Model* model = nullptr;
-    mutable QHash<Package::Entry*, bool> cache;
+    // Each entry's verdict under the current settings, by model row (a row
+    // is one entry for as long as a collection lasts): unknown, no or yes.
+    struct Verdicts {
+        enum : qint8 { Unknown = -1, No = 0, Yes = 1 };
+        QList<qint8> byRow;
+        qsizetype decided = 0;
+        void clear()
+        {
+            byRow.clear();
+            decided = 0;
+        }
+        qsizetype size() const { return decided; }
+    };
+    mutable Verdicts cache;
     PosixRegExp regex;
     QString expression;
 
@@ -123,6 +139,7 @@ private:
     mutable QList<QByteArray> lines;
     mutable QList<QByteArray> searchTexts;
     mutable std::array<QList<qint32>, 9> keys;
+    mutable std::array<QList<qint64>, 9> sortKeys;
 };
 
 } // namespace PackageTable
