@@ -12,33 +12,27 @@
 
 SandboxSession::SandboxSession()
 {
-    QObject::connect(&watchdog, &QTimer::timeout, [this] { closeDialogs(); });
+    QObject::connect(&watchdog, &QTimer::timeout, [this] {
+        auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (!dialog)
+            return;
+        QString text = dialog->windowTitle();
+        if (auto* box = qobject_cast<QMessageBox*>(dialog))
+            text += QLatin1String(": ") + box->text();
+        for (QLabel const* label : dialog->findChildren<QLabel*>())
+            text += QLatin1String(": ") + label->text();
+        reports.append(text);
+        dialog->reject();
+    });
     watchdog.start(50);
 }
 
 SandboxSession::~SandboxSession()
 {
-    if (yumIO) {
+    if (yumIO)
         yumIO->clearEntriesBeforeQuit();
-        delete yumIO;
-    }
+    delete yumIO;
     delete window;
-}
-
-void SandboxSession::closeDialogs()
-{
-    auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-    if (!dialog)
-        return;
-    QString text = dialog->windowTitle();
-    if (auto* box = qobject_cast<QMessageBox*>(dialog)) {
-        text += QLatin1String(": ") + box->text();
-    } else {
-        for (QLabel const* label : dialog->findChildren<QLabel*>())
-            text += QLatin1String(": ") + label->text();
-    }
-    reports.append(text);
-    dialog->reject();
 }
 
 QString SandboxSession::nativeArch()
@@ -49,22 +43,16 @@ QString SandboxSession::nativeArch()
 
 bool SandboxSession::start()
 {
-    QByteArray const binary = qgetenv("SORVAN_BINARY_DIR");
-    QByteArray const source = qgetenv("SORVAN_SOURCE_DIR");
-    if (binary.isEmpty() || source.isEmpty() || !dir.isValid()) {
-        failure = QStringLiteral(
-            "SORVAN_BINARY_DIR and SORVAN_SOURCE_DIR must be set, and a temporary directory made");
-        return false;
-    }
+    QString const binary = qEnvironmentVariable("SORVAN_BINARY_DIR");
+    QString const source = qEnvironmentVariable("SORVAN_SOURCE_DIR");
     QString const root = dir.filePath(QStringLiteral("root"));
     QProcess clone;
     clone.start(QStringLiteral(SORVAN_TEST_PYTHON),
-        { QStringLiteral("-I"), QStringLiteral("-B"),
-            QString::fromLocal8Bit(source) + QLatin1String("/tools/sandbox/sandbox.py"),
-            QStringLiteral("clone"), QString::fromLocal8Bit(binary) + QLatin1String("/sandbox"), root });
-    if (!clone.waitForFinished(120000) || clone.exitStatus() != QProcess::NormalExit
-        || clone.exitCode() != 0) {
-        failure = QStringLiteral("cloning the sandbox root failed: ")
+        { QStringLiteral("-I"), QStringLiteral("-B"), source + QLatin1String("/tools/sandbox/sandbox.py"),
+            QStringLiteral("clone"), binary + QLatin1String("/sandbox"), root });
+    if (binary.isEmpty() || source.isEmpty() || !dir.isValid() || !clone.waitForFinished(120000)
+        || clone.exitStatus() != QProcess::NormalExit || clone.exitCode() != 0) {
+        failure = QLatin1String("cloning the sandbox root failed: ")
             + QString::fromLocal8Bit(clone.readAllStandardError());
         return false;
     }
@@ -72,19 +60,14 @@ bool SandboxSession::start()
 
     window = new QWidget;
     auto* layout = new QVBoxLayout(window);
-    itemBar = new HProgressBar(window);
-    totalBar = new HProgressBar(window);
+    auto* itemBar = new HProgressBar(window);
+    auto* totalBar = new HProgressBar(window);
     layout->addWidget(itemBar);
     layout->addWidget(totalBar);
-
     yumIO = new YumIO;
     yumIO->setup(window, totalBar, itemBar);
-    if (!yumIO->initialize()) {
-        failure = QStringLiteral("the session did not start: ") + reports.join(QLatin1String("; "));
-        return false;
-    }
-    if (!yumIO->collect(QHash<QString, bool>())) {
-        failure = QStringLiteral("the collection failed: ") + reports.join(QLatin1String("; "));
+    if (!yumIO->initialize() || !yumIO->collect(QHash<QString, bool>())) {
+        failure = QLatin1String("the session did not start or collect: ") + reports.join(QLatin1String("; "));
         return false;
     }
     return true;
@@ -98,10 +81,4 @@ int SandboxSession::row(QString const& name, QString const& arch, Package::Kind 
             return i;
     }
     return -1;
-}
-
-Package::Entry* SandboxSession::entry(QString const& name, QString const& arch, Package::Kind kind) const
-{
-    int const i = row(name, arch, kind);
-    return i < 0 ? nullptr : (*yumIO)[i];
 }

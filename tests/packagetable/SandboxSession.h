@@ -7,16 +7,11 @@
 #include <QTemporaryDir>
 #include <QTimer>
 
-class HProgressBar;
 class QWidget;
 
-// A yum session collected from a private copy of the sandbox's root: what
-// every package table test runs against.  The copy keeps parallel tests from
-// meeting on the root's lock.
-//
-// Any message box the session opens (an error, a warning) is recorded in
-// `reports` and closed, as a user would, so that a failure shows up as a test
-// failure rather than a hang.
+// A yum session collected from a private copy of the sandbox's root (so that
+// parallel tests do not meet on its lock).  Any dialog the session opens is
+// recorded in `reports` and closed, so that a failure fails rather than hangs.
 class SandboxSession
 {
 public:
@@ -25,29 +20,24 @@ public:
     SandboxSession(SandboxSession const&) = delete;
     SandboxSession& operator=(SandboxSession const&) = delete;
 
-    // Copies the root, starts the interpreter and collects; on failure
-    // `failure` says why.
+    // Copies the root, starts the interpreter and collects; else `failure` says why.
     bool start();
     QString failure;
-
     YumIO* yumIO = nullptr;
-    QWidget* window = nullptr;
     QStringList reports;
 
-    // The row of the entry of that name and kind (and architecture, when one
-    // is given); -1 when there is none.
-    int row(
-        QString const& name, QString const& arch = QString(), Package::Kind kind = Package::Ordinary) const;
+    // The row of the entry of that name, kind (and architecture); -1 for none.
+    int row(QString const& name, QString const& arch = {}, Package::Kind kind = Package::Ordinary) const;
     Package::Entry* entry(
-        QString const& name, QString const& arch = QString(), Package::Kind kind = Package::Ordinary) const;
-    // The native architecture of the sandbox's packages (rpm's %_arch).
+        QString const& name, QString const& arch = {}, Package::Kind kind = Package::Ordinary) const
+    {
+        int const i = row(name, arch, kind);
+        return i < 0 ? nullptr : (*yumIO)[i];
+    }
     static QString nativeArch();
 
 private:
-    void closeDialogs();
-
     QTemporaryDir dir;
-    HProgressBar* totalBar = nullptr;
-    HProgressBar* itemBar = nullptr;
+    QWidget* window = nullptr;
     QTimer watchdog;
 };

@@ -1,34 +1,41 @@
 // The filter and search proxy over a real collection of the sandbox root:
-// which entries each state, duplicates and groups setting lists, the
-// expression's ".*" forms, case and syntax, Filter mode's joined line, Search
-// mode's separate fields and the extra data it depends on, marking the listed
-// updates, and sorting with ties broken by name.
+// the state, duplicates and groups settings, the expression in Filter mode's
+// joined line and Search mode's separate fields, marking the listed updates,
+// and sorting with ties broken by name.
 
 #include "SandboxSession.h"
 #include "packagetable/PackageTableModel.h"
 #include "packagetable/PackageTableSortFilterProxyModel.h"
+#include "tests/yumio/TestRows.h"
 
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>
-#include <QTest>
 
 using namespace PackageTable;
+using QSL = QStringList;
 
 namespace
 {
-QStringList const updates { "sv-docs", "sv-epoch", "sv-kernel", "sv-tool" };
-QStringList const installedAlone { "sv-lib", "sv-old", "sv-release", "sv-reloc" };
-// With sv-lib's i686 twin, the superseded duplicate of the installed sv-lib.
-QStringList const available { "sv-app", "sv-calc", "sv-corelib", "sv-devtools", "sv-editor", "sv-extra-docs",
+QSL const updates { "sv-docs", "sv-epoch", "sv-kernel", "sv-tool" };
+QSL const installedAlone { "sv-lib", "sv-old", "sv-release", "sv-reloc" };
+// sv-lib's i686 twin is the superseded duplicate of the installed sv-lib.
+QSL const available { "sv-app", "sv-calc", "sv-corelib", "sv-devtools", "sv-editor", "sv-extra-docs",
     "sv-failing", "sv-helper", "sv-lib", "sv-libfoo", "sv-mirror-tool", "sv-new", "sv-noisy",
     "sv-office-suite", "sv-themes", "sv-viewer", "sv-viewer-langpack", "sv-writer" };
-QStringList const updateGroups { "SORVAN Core", "SORVAN Workstation" };
-QStringList const installedGroups { "SORVAN Minimal" };
-QStringList const availableGroups { "SORVAN Desktop", "SORVAN Development" };
+QSL const updateGroups { "SORVAN Core", "SORVAN Workstation" };
+QSL const installedGroups { "SORVAN Minimal" };
+QSL const availableGroups { "SORVAN Desktop", "SORVAN Development" };
+QSL const everything
+    = updates + installedAlone + available + updateGroups + installedGroups + availableGroups;
 
-QStringList sorted(QStringList list)
+QSL sorted(QSL list)
 {
     list.sort();
+    return list;
+}
+QSL reversed(QSL list)
+{
+    std::reverse(list.begin(), list.end());
     return list;
 }
 } // namespace
@@ -37,431 +44,278 @@ class TableProxy : public QObject
 {
     Q_OBJECT
 
-private Q_SLOTS:
-    void initTestCase();
-    void cleanupTestCase();
-    void init();
-
-    void states_data();
-    void states();
-    void duplicates();
-    void unchangedSettingsDoNothing();
-    void wildcards_data();
-    void wildcards();
-    void filterLine_data();
-    void filterLine();
-    void search_data();
-    void search();
-    void searchNeedsExtraData();
-    void setUpdateListed();
-    void sorting_data();
-    void sorting();
-    void sortedAfterFilterChanges();
-    // Last: it collects anew, with another repository.
-    void newCollection();
-
-private:
-    void configure(Mode mode, StateFilter state, bool dups, bool groups, QString const& expression);
-    // Names of the listed entries, in row order.
-    QStringList listed() const;
-
     SandboxSession sandbox;
     Model* model = nullptr;
     SortFilterProxyModel* proxy = nullptr;
+
+    void configure(Mode mode, StateFilter state, bool dups, bool groups, QString const& expression)
+    {
+        proxy->setMode(mode);
+        proxy->setStateFilter(state);
+        proxy->setDupsFilter(dups);
+        proxy->setGroupsFilter(groups);
+        proxy->setFilterRegExp(expression);
+    }
+    // Names of the listed entries in row order.
+    QSL listed() const
+    {
+        QSL names;
+        for (int row = 0; row < proxy->rowCount(); ++row)
+            names.append(model->entry(proxy->mapToSource(proxy->index(row, 0)))->name);
+        return names;
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY2(sandbox.start(), qPrintable(sandbox.failure));
+        model = new Model(sandbox.yumIO, this);
+        proxy = new SortFilterProxyModel(Updatable, true, false, sandbox.yumIO, this);
+        proxy->setSourceModel(model);
+        new QAbstractItemModelTester(proxy, QAbstractItemModelTester::FailureReportingMode::QtTest, proxy);
+        QVERIFY(!sandbox.yumIO->fileListsLoaded() && !sandbox.yumIO->otherDataLoaded());
+    }
+    void cleanupTestCase()
+    {
+        QVERIFY2(sandbox.reports.isEmpty(), qPrintable(sandbox.reports.join(QLatin1Char('\n'))));
+    }
+    void init()
+    {
+        model->clearActions();
+        proxy->sort(KindColumn, Qt::AscendingOrder);
+    }
+
+    void states_data()
+    {
+        columns<int, bool, QSL>("state", "groups", "expected");
+        row("updatable", int(Updatable), false, updates);
+        row("updatable with groups", int(Updatable), true, updates + updateGroups);
+        row("installable with groups", int(Installable), true, available + availableGroups);
+        // Removable is everything installed, out of date or not.
+        row("removable", int(Removable), false, updates + installedAlone);
+        row("removable with groups", int(Removable), true,
+            updates + installedAlone + updateGroups + installedGroups);
+        row("all", int(All), false, updates + installedAlone + available);
+        row("all with groups", int(All), true, everything);
+    }
+    void states()
+    {
+        QFETCH(int, state);
+        QFETCH(bool, groups);
+        QFETCH(QSL, expected);
+        configure(Filter, StateFilter(state), true, groups, QStringLiteral(".*"));
+        QCOMPARE(sorted(listed()), sorted(expected));
+    }
+
+    void duplicates()
+    {
+        configure(Filter, All, false, false, QStringLiteral("^sv-lib "));
+        QCOMPARE(listed(), QSL { "sv-lib" });
+        QCOMPARE(model->entry(proxy->mapToSource(proxy->index(0, 0)))->arch, SandboxSession::nativeArch());
+        proxy->setDupsFilter(true);
+        QCOMPARE(listed(), QSL({ "sv-lib", "sv-lib" }));
+    }
+
+    void listing_data()
+    {
+        // "mode | expression | listed": F Filter, S Search; "*" everything, "*packages" every package.
+        QTest::addColumn<QString>("mode");
+        QTest::addColumn<QString>("expression");
+        QTest::addColumn<QString>("listed");
+        char const* table = R"(
+F |                   | *
+S | .*.*              | *
+F | .*-tool.*         | sv-mirror-tool, sv-tool
+S | -tool             | SORVAN Core, sv-mirror-tool, sv-tool
+F | SV-TOOL           |
+S | SV-TOOL           |
+F | (                 | *
+S | (                 | *
+F | sv-tool 1\.2-1    | sv-tool
+F | sv-tool  1\.2-1   |
+F | installed noarch  | sv-old, sv-release, sv-reloc
+F | 5\.2-1 \* sv-updates | sv-kernel
+F | ^sv-calc$         |
+F | ^SORVAN Minimal {5}$ | SORVAN Minimal
+F | ^SORVAN Minimal {6}$ |
+F | Spreadsheet|SORVAN Sandbox |
+S | ^sv-calc$         | sv-calc
+S | ^2:1\.0-1$        | sv-epoch
+S | ^sv-mirrored$     | sv-mirror-tool
+S | Spreadsheet       | sv-calc
+S | \$releasever expands | sv-release
+S | ^System Environment/Kernel$ | sv-kernel
+S | ^SORVAN Sandbox$  | *packages
+S | ^(SORVAN Developers <devel@sorvan\.example>|https://sorvan\.example/sandbox)$ | *packages
+S | ^sv-reloc-1\.0-1\.noarch\.rpm$ | sv-reloc
+S | ^sv-new-2\.0-1\.src\.rpm$ | sv-new
+S | ^/opt/sv-reloc$   | sv-reloc
+S | ^system-release\(releasever\) = 1$ | sv-release
+S | ^sv-libfoo >= 1\.0$ | sv-app
+S | ^sv-old < 2\.0$   | sv-new
+S | ^/opt/sv-reloc/share/sv-reloc\.conf$ | sv-reloc
+S | Build 1-1 for the sandbox | sv-release
+S | builder\.sorvan   |
+S | sv-calc 3\.0-1    |
+S | ^SORVAN Minimal$  | SORVAN Minimal
+S | ^SORVAN Core$     | SORVAN Core, SORVAN Workstation
+S | ^SORVAN Development$ | SORVAN Development, SORVAN Workstation
+S | ^sv-corelib$      | SORVAN Core, sv-corelib
+S | ^sv-editor$       | SORVAN Desktop, sv-editor
+S | ^sv-themes$       | SORVAN Desktop, sv-themes
+S | ^sv-viewer-langpack$ | SORVAN Desktop, sv-viewer-langpack
+)";
+        for (QString const& line : QString::fromUtf8(table).split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+            qsizetype const bar = line.lastIndexOf(QLatin1String(" |"));
+            QTest::newRow(qPrintable(line))
+                << line.left(1) << line.mid(4, bar - 4).trimmed() << line.mid(bar + 2).trimmed();
+        }
+    }
+    void listing()
+    {
+        // Filter mode matches the shown texts joined by single blanks (name,
+        // version, repository, architecture, size, build time); Search mode
+        // each of its 23 fields on its own, and a group's name and member
+        // lists.  An expression that does not compile lists everything.
+        QFETCH(QString, mode);
+        QFETCH(QString, expression);
+        QFETCH(QString, listed);
+        configure(mode == QLatin1String("F") ? Filter : Search, All, true, true, expression);
+        QSL expected = listed.split(QLatin1String(", "), Qt::SkipEmptyParts);
+        if (listed == QLatin1String("*"))
+            expected = everything;
+        else if (listed == QLatin1String("*packages"))
+            expected = updates + installedAlone + available;
+        QCOMPARE(sorted(this->listed()), sorted(expected));
+        // Installed packages' files and change logs come from the rpm
+        // database: a search needs no extra data for them.
+        QVERIFY(!sandbox.yumIO->fileListsLoaded() && !sandbox.yumIO->otherDataLoaded());
+    }
+
+    void searchNeedsExtraData()
+    {
+        // Files and change logs of packages not installed count once the
+        // session has loaded them; a search never loads them itself.
+        QString const file = QStringLiteral("^/usr/share/sv-new/data$");
+        configure(Search, All, true, true, file);
+        QCOMPARE(listed(), QSL());
+        proxy->setFilterRegExp(QStringLiteral("- Build 3\\.0-1 for the sandbox"));
+        QCOMPARE(listed(), QSL());
+        QVERIFY(!sandbox.yumIO->fileListsLoaded() && !sandbox.yumIO->otherDataLoaded());
+
+        // As the main window does: no filtering while the data loads, every
+        // verdict anew afterwards.
+        proxy->setFilter(false);
+        QCOMPARE(proxy->rowCount(), model->rowCount());
+        QVERIFY(sandbox.yumIO->collectFileLists());
+        QVERIFY(sandbox.yumIO->collectOtherData());
+        proxy->setFilter(true);
+        QCOMPARE(sorted(listed()), QSL({ "sv-calc", "sv-office-suite", "sv-writer" }));
+        proxy->setFilterRegExp(file);
+        QCOMPARE(listed(), QSL { "sv-new" });
+        proxy->setMode(Filter); // still only the shown texts
+        QCOMPARE(listed(), QSL());
+    }
+
+    void setUpdateListed()
+    {
+        // Listed: sv-tool and sv-docs (out of date), sv-release (installed).
+        sandbox.entry(QStringLiteral("sv-tool"))->action = Package::Remove;
+        sandbox.entry(QStringLiteral("sv-release"))->action = Package::Remove;
+        configure(Filter, All, true, false, QStringLiteral("^sv-(tool|docs|release) "));
+        QSignalSpy changed(model, &QAbstractItemModel::dataChanged);
+        proxy->setUpdateListed();
+        QSL marked;
+        for (Package::Entry const* e : *sandbox.yumIO) {
+            if (e->action != Package::NoAction)
+                marked.append(e->name + QLatin1Char('=') + QString::number(e->action));
+        }
+        QCOMPARE(sorted(marked), QSL({ "sv-docs=0", "sv-release=2", "sv-tool=0" }));
+        QCOMPARE(changed.count(), 2);
+
+        // Sorted by action, the rows whose action changes must all be reached.
+        model->clearActions();
+        configure(Filter, Updatable, true, true, QString());
+        proxy->sort(ActionColumn, Qt::AscendingOrder);
+        proxy->setUpdateListed();
+        for (Package::Entry const* e : *sandbox.yumIO)
+            QCOMPARE(
+                e->action, e->state == Package::AvailableForUpdate ? Package::Update : Package::NoAction);
+    }
+
+    void sorting_data()
+    {
+        columns<int, int, QSL>("column", "order", "expected");
+        QSL const ordinary { "sv-app", "sv-calc", "sv-corelib", "sv-devtools", "sv-docs", "sv-editor",
+            "sv-epoch", "sv-extra-docs", "sv-failing", "sv-helper", "sv-kernel", "sv-lib", "sv-lib",
+            "sv-libfoo", "sv-mirror-tool", "sv-new", "sv-noisy", "sv-old", "sv-release", "sv-reloc",
+            "sv-themes", "sv-tool", "sv-viewer", "sv-viewer-langpack", "sv-writer" };
+        QSL const groups { "SORVAN Core", "SORVAN Desktop", "SORVAN Development", "SORVAN Minimal",
+            "SORVAN Workstation" };
+        QSL const suite { "sv-office-suite" };
+        // Kinds: suite 0, group 1, ordinary 2; ties by name, reversed with the order.
+        row("kind", int(KindColumn), int(Qt::AscendingOrder), suite + groups + ordinary);
+        row("kind descending", int(KindColumn), int(Qt::DescendingOrder),
+            reversed(suite + groups + ordinary));
+        // Groups have no build time; every package was built at one second.
+        row("build time", int(BuildTimeColumn), int(Qt::AscendingOrder), groups + sorted(ordinary + suite));
+        // Upper case before lower case.
+        row("name", int(NameColumn), int(Qt::AscendingOrder), groups + sorted(ordinary + suite));
+        row("state", int(StateColumn), int(Qt::AscendingOrder),
+            QSL { "SORVAN Core", "SORVAN Workstation", "sv-docs", "sv-epoch", "sv-kernel", "sv-tool",
+                "SORVAN Desktop", "SORVAN Development" }
+                + sorted(available) + QSL { "SORVAN Minimal", "sv-lib", "sv-old", "sv-release", "sv-reloc" });
+    }
+    void sorting()
+    {
+        QFETCH(int, column);
+        QFETCH(int, order);
+        configure(Filter, All, true, true, QString());
+        proxy->sort(column, Qt::SortOrder(order));
+        QTEST(listed(), "expected");
+    }
+
+    void sortedAfterFilterChanges()
+    {
+        // Rows a filter lets back in take their sorted places; sizes compare
+        // as numbers, equal ones by name.
+        configure(Filter, All, true, true, QString());
+        proxy->sort(SizeColumn, Qt::AscendingOrder);
+        proxy->setFilterRegExp(QStringLiteral("sv-(w|a)"));
+        proxy->setFilterRegExp(QStringLiteral(".*"));
+        QCOMPARE(proxy->rowCount(), model->rowCount());
+        for (int row = 1; row < proxy->rowCount(); ++row) {
+            Package::Entry const* a = model->entry(proxy->mapToSource(proxy->index(row - 1, 0)));
+            Package::Entry const* b = model->entry(proxy->mapToSource(proxy->index(row, 0)));
+            QVERIFY2(a->size < b->size || (a->size == b->size && a->name <= b->name),
+                qPrintable(a->name + QLatin1Char(' ') + b->name));
+        }
+    }
+
+    void newCollection()
+    {
+        // Last: it collects anew.  What the proxy kept of the first collection
+        // must not outlive it: the second, with sv-extras enabled and
+        // sv-mirrored disabled, has as many entries in other places.
+        configure(Search, All, true, true, QStringLiteral("sv-extras"));
+        proxy->sort(NameColumn, Qt::AscendingOrder);
+        QCOMPARE(listed(), QSL { "sv-tool" });
+        sandbox.yumIO->clear();
+        QVERIFY(sandbox.yumIO->collect(
+            { { QStringLiteral("sv-extras"), true }, { QStringLiteral("sv-mirrored"), false } }));
+        model->reset();
+        QCOMPARE(model->rowCount(), 31);
+        // sv-extra-tool's summary names its repository too.
+        QCOMPARE(listed(), QSL({ "sv-extra-tool", "sv-tool" }));
+        configure(Filter, All, true, true, QStringLiteral("-tool"));
+        QCOMPARE(listed(), QSL({ "sv-extra-tool", "sv-tool" }));
+        proxy->setFilterRegExp(QString());
+        QSL names;
+        for (Package::Entry const* e : *sandbox.yumIO)
+            names.append(e->name);
+        QCOMPARE(listed(), sorted(names));
+    }
 };
-
-void TableProxy::initTestCase()
-{
-    QVERIFY2(sandbox.start(), qPrintable(sandbox.failure));
-    model = new Model(sandbox.yumIO, this);
-    proxy = new SortFilterProxyModel(Updatable, true, false, sandbox.yumIO, this);
-    proxy->setSourceModel(model);
-    new QAbstractItemModelTester(proxy, QAbstractItemModelTester::FailureReportingMode::QtTest, proxy);
-    QVERIFY(!sandbox.yumIO->fileListsLoaded());
-    QVERIFY(!sandbox.yumIO->otherDataLoaded());
-}
-
-void TableProxy::cleanupTestCase()
-{
-    QVERIFY2(sandbox.reports.isEmpty(), qPrintable(sandbox.reports.join(QLatin1Char('\n'))));
-}
-
-void TableProxy::init()
-{
-    model->clearActions();
-    proxy->sort(KindColumn, Qt::AscendingOrder);
-}
-
-void TableProxy::configure(Mode mode, StateFilter state, bool dups, bool groups, QString const& expression)
-{
-    proxy->setMode(mode);
-    proxy->setStateFilter(state);
-    proxy->setDupsFilter(dups);
-    proxy->setGroupsFilter(groups);
-    proxy->setFilterRegExp(expression);
-}
-
-QStringList TableProxy::listed() const
-{
-    QStringList names;
-    for (int row = 0; row < proxy->rowCount(); ++row)
-        names.append(model->entry(proxy->mapToSource(proxy->index(row, 0)))->name);
-    return names;
-}
-
-void TableProxy::states_data()
-{
-    QTest::addColumn<int>("state");
-    QTest::addColumn<bool>("groups");
-    QTest::addColumn<QStringList>("expected");
-
-    QTest::newRow("updatable") << int(Updatable) << false << updates;
-    QTest::newRow("updatable with groups") << int(Updatable) << true << updates + updateGroups;
-    QTest::newRow("installable") << int(Installable) << false << available;
-    QTest::newRow("installable with groups") << int(Installable) << true << available + availableGroups;
-    // Removable is everything installed, out of date or not.
-    QTest::newRow("removable") << int(Removable) << false << updates + installedAlone;
-    QTest::newRow("removable with groups")
-        << int(Removable) << true << updates + installedAlone + updateGroups + installedGroups;
-    QTest::newRow("all") << int(All) << false << updates + installedAlone + available;
-    QTest::newRow("all with groups") << int(All) << true
-                                     << updates + installedAlone + available + updateGroups + installedGroups
-            + availableGroups;
-}
-
-void TableProxy::states()
-{
-    QFETCH(int, state);
-    QFETCH(bool, groups);
-    QFETCH(QStringList, expected);
-
-    configure(Filter, StateFilter(state), true, groups, QStringLiteral(".*"));
-    QCOMPARE(sorted(listed()), sorted(expected));
-    // Suites are packages to the groups setting: the suite stays.
-    QCOMPARE(listed().contains(QStringLiteral("sv-office-suite")), state == Installable || state == All);
-}
-
-void TableProxy::duplicates()
-{
-    configure(Filter, All, false, false, QStringLiteral("^sv-lib "));
-    QCOMPARE(listed(), QStringList { "sv-lib" });
-    Package::Entry const* shown = model->entry(proxy->mapToSource(proxy->index(0, 0)));
-    QVERIFY(!shown->superseded);
-    QCOMPARE(shown->arch, SandboxSession::nativeArch());
-
-    proxy->setDupsFilter(true);
-    QCOMPARE(listed(), QStringList({ "sv-lib", "sv-lib" }));
-}
-
-void TableProxy::unchangedSettingsDoNothing()
-{
-    configure(Search, All, true, true, QStringLiteral("tool"));
-    QSignalSpy resets(proxy, &QAbstractItemModel::modelReset);
-    QSignalSpy layouts(proxy, &QAbstractItemModel::layoutChanged);
-    proxy->setMode(Search);
-    proxy->setStateFilter(All);
-    proxy->setDupsFilter(true);
-    proxy->setGroupsFilter(true);
-    proxy->setFilter(true);
-    QCOMPARE(resets.count() + layouts.count(), 0);
-    proxy->setFilter(false);
-    QVERIFY(resets.count() + layouts.count() > 0);
-    QCOMPARE(proxy->rowCount(), model->rowCount());
-    proxy->setFilter(true);
-    QVERIFY(proxy->rowCount() < model->rowCount());
-}
-
-void TableProxy::wildcards_data()
-{
-    QTest::addColumn<int>("mode");
-    QTest::addColumn<QString>("expression");
-    QTest::addColumn<QStringList>("expected");
-
-    QStringList const everything
-        = updates + installedAlone + available + updateGroups + installedGroups + availableGroups;
-    for (int mode : { int(Filter), int(Search) }) {
-        char const* name = mode == Filter ? "filter" : "search";
-        // In Search mode SORVAN Core has sv-tool as a member.
-        QStringList tools { "sv-mirror-tool", "sv-tool" };
-        if (mode == Search)
-            tools.append(QStringLiteral("SORVAN Core"));
-        QTest::addRow("%s: empty", name) << mode << "" << everything;
-        QTest::addRow("%s: any", name) << mode << ".*" << everything;
-        QTest::addRow("%s: any twice", name) << mode << ".*.*" << everything;
-        QTest::addRow("%s: around", name) << mode << ".*-tool.*" << tools;
-        QTest::addRow("%s: plain", name) << mode << "-tool" << tools;
-        QTest::addRow("%s: other case", name) << mode << "SV-TOOL" << QStringList();
-        // An expression that does not compile lists everything.
-        QTest::addRow("%s: lone parenthesis", name) << mode << "(" << everything;
-        QTest::addRow("%s: lone bracket", name) << mode << "[a-" << everything;
-    }
-}
-
-void TableProxy::wildcards()
-{
-    QFETCH(int, mode);
-    QFETCH(QString, expression);
-    QFETCH(QStringList, expected);
-
-    configure(Mode(mode), All, true, true, expression);
-    QCOMPARE(sorted(listed()), sorted(expected));
-}
-
-void TableProxy::filterLine_data()
-{
-    QTest::addColumn<QString>("expression");
-    QTest::addColumn<QStringList>("expected");
-
-    // The shown texts joined by single blanks: name, version, repository,
-    // architecture, size, build time.
-    QTest::newRow("name and version") << "sv-tool 1\\.2-1" << QStringList { "sv-tool" };
-    QTest::newRow("two blanks") << "sv-tool  1\\.2-1" << QStringList();
-    QTest::newRow("repository and architecture")
-        << "installed noarch" << QStringList { "sv-old", "sv-release", "sv-reloc" };
-    QTest::newRow("version with its star") << "5\\.2-1 \\* sv-updates" << QStringList { "sv-kernel" };
-    QTest::newRow("whole line") << "^sv-lib 2\\.0-1 installed " << QStringList { "sv-lib" };
-    QTest::newRow("anchors around the name") << "^sv-calc$" << QStringList();
-    // A group's line is its name and a blank for each empty text.
-    QTest::newRow("group") << "^SORVAN Minimal {5}$" << QStringList { "SORVAN Minimal" };
-    QTest::newRow("group, one blank too many") << "^SORVAN Minimal {6}$" << QStringList();
-    // Details are not part of the line.
-    QTest::newRow("summary") << "Spreadsheet" << QStringList();
-    QTest::newRow("vendor") << "SORVAN Sandbox" << QStringList();
-}
-
-void TableProxy::filterLine()
-{
-    QFETCH(QString, expression);
-    QFETCH(QStringList, expected);
-
-    configure(Filter, All, true, true, expression);
-    QCOMPARE(sorted(listed()), sorted(expected));
-}
-
-void TableProxy::search_data()
-{
-    QTest::addColumn<QString>("expression");
-    QTest::addColumn<QStringList>("expected");
-
-    QStringList const packages = updates + installedAlone + available;
-    QTest::newRow("name") << "^sv-calc$" << QStringList { "sv-calc" };
-    QTest::newRow("version") << "^2:1\\.0-1$" << QStringList { "sv-epoch" };
-    QTest::newRow("repository") << "^sv-mirrored$" << QStringList { "sv-mirror-tool" };
-    QTest::newRow("summary") << "Spreadsheet" << QStringList { "sv-calc" };
-    QTest::newRow("description") << "\\$releasever expands" << QStringList { "sv-release" };
-    QTest::newRow("group") << "^System Environment/Kernel$" << QStringList { "sv-kernel" };
-    QTest::newRow("vendor") << "^SORVAN Sandbox$" << packages;
-    QTest::newRow("license") << "^MIT$" << packages;
-    QTest::newRow("packager") << "^SORVAN Developers <devel@sorvan\\.example>$" << packages;
-    QTest::newRow("url") << "^https://sorvan\\.example/sandbox$" << packages;
-    QTest::newRow("binary rpm") << "^sv-reloc-1\\.0-1\\.noarch\\.rpm$" << QStringList { "sv-reloc" };
-    QTest::newRow("source rpm") << "^sv-new-2\\.0-1\\.src\\.rpm$" << QStringList { "sv-new" };
-    QTest::newRow("relocations") << "^/opt/sv-reloc$" << QStringList { "sv-reloc" };
-    QTest::newRow("provides") << "^system-release\\(releasever\\) = 1$" << QStringList { "sv-release" };
-    QTest::newRow("requires") << "^sv-libfoo >= 1\\.0$" << QStringList { "sv-app" };
-    QTest::newRow("required and named") << "^sv-writer$" << QStringList { "sv-office-suite", "sv-writer" };
-    QTest::newRow("obsoletes") << "^sv-old < 2\\.0$" << QStringList { "sv-new" };
-    // Installed packages' files and change logs come from the rpm database.
-    QTest::newRow("installed files") << "^/opt/sv-reloc/share/sv-reloc\\.conf$" << QStringList { "sv-reloc" };
-    QTest::newRow("installed change log") << "Build 1-1 for the sandbox" << QStringList { "sv-release" };
-    // The build host is not one of the fields searched.
-    QTest::newRow("build host") << "builder\\.sorvan" << QStringList();
-    // Each field on its own: no match across two of them.
-    QTest::newRow("across fields") << "sv-calc 3\\.0-1" << QStringList();
-    // Groups by name and by every member list.
-    QTest::newRow("group by name") << "^SORVAN Minimal$" << QStringList { "SORVAN Minimal" };
-    QTest::newRow("subgroup") << "^SORVAN Core$" << QStringList { "SORVAN Core", "SORVAN Workstation" };
-    QTest::newRow("optional group") << "^SORVAN Development$"
-                                    << QStringList { "SORVAN Development", "SORVAN Workstation" };
-    QTest::newRow("mandatory member") << "^sv-corelib$" << QStringList { "SORVAN Core", "sv-corelib" };
-    QTest::newRow("default member") << "^sv-editor$" << QStringList { "SORVAN Desktop", "sv-editor" };
-    QTest::newRow("optional member") << "^sv-themes$" << QStringList { "SORVAN Desktop", "sv-themes" };
-    QTest::newRow("conditional member")
-        << "^sv-viewer-langpack$" << QStringList { "SORVAN Desktop", "sv-viewer-langpack" };
-}
-
-void TableProxy::search()
-{
-    QFETCH(QString, expression);
-    QFETCH(QStringList, expected);
-
-    configure(Search, All, true, true, expression);
-    QCOMPARE(sorted(listed()), sorted(expected));
-    QVERIFY(!sandbox.yumIO->fileListsLoaded());
-    QVERIFY(!sandbox.yumIO->otherDataLoaded());
-}
-
-void TableProxy::searchNeedsExtraData()
-{
-    // Files and change logs of packages that are not installed count once
-    // the session has loaded them, and never load from a search.
-    QString const file = QStringLiteral("^/usr/share/sv-new/data$");
-    QString const change = QStringLiteral("- Build 3\\.0-1 for the sandbox");
-    configure(Search, All, true, true, file);
-    QCOMPARE(listed(), QStringList());
-    proxy->setFilterRegExp(change);
-    QCOMPARE(listed(), QStringList());
-    QVERIFY(!sandbox.yumIO->fileListsLoaded());
-    QVERIFY(!sandbox.yumIO->otherDataLoaded());
-
-    // As the main window does: no filtering while the data loads, and every
-    // verdict anew afterwards.
-    proxy->setFilter(false);
-    QVERIFY(sandbox.yumIO->collectFileLists());
-    QVERIFY(sandbox.yumIO->collectOtherData());
-    proxy->setFilter(true);
-    QCOMPARE(sorted(listed()), sorted({ "sv-calc", "sv-office-suite", "sv-writer" }));
-    proxy->setFilterRegExp(file);
-    QCOMPARE(listed(), QStringList { "sv-new" });
-    // Filter mode still sees only the shown texts.
-    proxy->setMode(Filter);
-    QCOMPARE(listed(), QStringList());
-}
-
-void TableProxy::setUpdateListed()
-{
-    Package::Entry* tool = sandbox.entry(QStringLiteral("sv-tool"));
-    Package::Entry* release = sandbox.entry(QStringLiteral("sv-release"));
-    tool->action = Package::Remove;
-    release->action = Package::Remove;
-
-    // Listed: sv-tool and sv-docs (out of date), sv-release (installed).
-    configure(Filter, All, true, false, QStringLiteral("^sv-(tool|docs|release) "));
-    QCOMPARE(proxy->rowCount(), 3);
-    QSignalSpy changed(model, &QAbstractItemModel::dataChanged);
-    proxy->setUpdateListed();
-    QCOMPARE(tool->action, Package::Update);
-    QCOMPARE(sandbox.entry(QStringLiteral("sv-docs"))->action, Package::Update);
-    QCOMPARE(release->action, Package::Remove);
-    // Out of date but not listed.
-    QCOMPARE(sandbox.entry(QStringLiteral("sv-kernel"))->action, Package::NoAction);
-    QCOMPARE(sandbox.entry(QStringLiteral("sv-epoch"))->action, Package::NoAction);
-    QCOMPARE(
-        sandbox.entry(QStringLiteral("SORVAN Core"), QString(), Package::Group)->action, Package::NoAction);
-
-    QCOMPARE(changed.count(), 2);
-    for (QList<QVariant> const& signal : std::as_const(changed))
-        QCOMPARE(signal[0].toModelIndex().column(), int(ActionColumn));
-
-    // Sorted by action, the rows whose action changes must all be reached.
-    model->clearActions();
-    configure(Filter, Updatable, true, true, QString());
-    proxy->sort(ActionColumn, Qt::AscendingOrder);
-    proxy->setUpdateListed();
-    for (Package::Entry const* e : *sandbox.yumIO)
-        QCOMPARE(e->action, e->state == Package::AvailableForUpdate ? Package::Update : Package::NoAction);
-}
-
-void TableProxy::sorting_data()
-{
-    QTest::addColumn<int>("column");
-    QTest::addColumn<int>("order");
-    QTest::addColumn<QStringList>("expected");
-
-    QStringList const ordinary { "sv-app", "sv-calc", "sv-corelib", "sv-devtools", "sv-docs", "sv-editor",
-        "sv-epoch", "sv-extra-docs", "sv-failing", "sv-helper", "sv-kernel", "sv-lib", "sv-lib", "sv-libfoo",
-        "sv-mirror-tool", "sv-new", "sv-noisy", "sv-old", "sv-release", "sv-reloc", "sv-themes", "sv-tool",
-        "sv-viewer", "sv-viewer-langpack", "sv-writer" };
-    QStringList const groups { "SORVAN Core", "SORVAN Desktop", "SORVAN Development", "SORVAN Minimal",
-        "SORVAN Workstation" };
-    QStringList const suite { "sv-office-suite" };
-
-    QStringList reversed;
-    for (QString const& name : sorted(ordinary + suite))
-        reversed.prepend(name);
-    QStringList reversedGroups;
-    for (QString const& name : groups)
-        reversedGroups.prepend(name);
-
-    // Kinds: suite 0, group 1, ordinary 2; ties by name.
-    QTest::newRow("kind") << int(KindColumn) << int(Qt::AscendingOrder) << suite + groups + ordinary;
-    // A descending sort reverses the ties too.
-    QStringList reversedOrdinary;
-    for (QString const& name : ordinary)
-        reversedOrdinary.prepend(name);
-    QTest::newRow("kind descending") << int(KindColumn) << int(Qt::DescendingOrder)
-                                     << reversedOrdinary + reversedGroups + suite;
-    // Groups have no build time; every package was built at one second.
-    QTest::newRow("build time") << int(BuildTimeColumn) << int(Qt::AscendingOrder)
-                                << groups + sorted(ordinary + suite);
-    QTest::newRow("build time descending")
-        << int(BuildTimeColumn) << int(Qt::DescendingOrder) << reversed + reversedGroups;
-    // Upper case sorts before lower case; the two sv-lib rows tie.
-    QTest::newRow("name") << int(NameColumn) << int(Qt::AscendingOrder) << groups + sorted(ordinary + suite);
-    QTest::newRow("state") << int(StateColumn) << int(Qt::AscendingOrder)
-                           << QStringList { "SORVAN Core", "SORVAN Workstation", "sv-docs", "sv-epoch",
-                                  "sv-kernel", "sv-tool", "SORVAN Desktop", "SORVAN Development" }
-            + sorted(available)
-            + QStringList { "SORVAN Minimal", "sv-lib", "sv-old", "sv-release", "sv-reloc" };
-}
-
-void TableProxy::sorting()
-{
-    QFETCH(int, column);
-    QFETCH(int, order);
-    QFETCH(QStringList, expected);
-
-    configure(Filter, All, true, true, QString());
-    proxy->sort(column, Qt::SortOrder(order));
-    QCOMPARE(listed(), expected);
-}
-
-void TableProxy::sortedAfterFilterChanges()
-{
-    // Rows a filter lets back in take their sorted places; sizes compare as
-    // numbers, equal sizes by name.
-    configure(Filter, All, true, true, QString());
-    proxy->sort(SizeColumn, Qt::AscendingOrder);
-    proxy->setFilterRegExp(QStringLiteral("sv-(w|a)"));
-    proxy->setFilterRegExp(QStringLiteral(".*"));
-    QCOMPARE(proxy->rowCount(), model->rowCount());
-    for (int row = 1; row < proxy->rowCount(); ++row) {
-        Package::Entry const* a = model->entry(proxy->mapToSource(proxy->index(row - 1, 0)));
-        Package::Entry const* b = model->entry(proxy->mapToSource(proxy->index(row, 0)));
-        QVERIFY2(a->size < b->size || (a->size == b->size && a->name <= b->name),
-            qPrintable(a->name + QLatin1Char(' ') + b->name));
-    }
-
-    model->entry(sandbox.row(QStringLiteral("sv-writer")))->action = Package::Install;
-    model->entry(sandbox.row(QStringLiteral("sv-app")))->action = Package::Install;
-    proxy->sort(ActionColumn, Qt::AscendingOrder);
-    proxy->setFilterRegExp(QStringLiteral("^sv-[a-d]"));
-    QCOMPARE(listed(), QStringList({ "sv-app", "sv-calc", "sv-corelib", "sv-devtools", "sv-docs" }));
-    proxy->setFilterRegExp(QString());
-    QCOMPARE(listed().mid(0, 3), QStringList({ "sv-app", "sv-writer", "SORVAN Core" }));
-}
-
-void TableProxy::newCollection()
-{
-    // What the proxy kept of the first collection must not outlive it.  The
-    // second one, with sv-extras enabled and sv-mirrored disabled, has as
-    // many entries, but sv-extra-tool instead of sv-mirror-tool, another
-    // sv-tool, and rows in other places.
-    configure(Filter, All, true, true, QStringLiteral("-tool"));
-    proxy->sort(NameColumn, Qt::AscendingOrder);
-    QCOMPARE(listed(), QStringList({ "sv-mirror-tool", "sv-tool" }));
-    configure(Search, All, true, true, QStringLiteral("sv-extras"));
-    QCOMPARE(listed(), QStringList { "sv-tool" });
-
-    sandbox.yumIO->clear();
-    QVERIFY(sandbox.yumIO->collect(
-        { { QStringLiteral("sv-extras"), true }, { QStringLiteral("sv-mirrored"), false } }));
-    model->reset();
-    QCOMPARE(model->rowCount(), 31);
-
-    // Searched again in the new texts: sv-extra-tool's summary names its
-    // repository too.
-    QCOMPARE(listed(), QStringList({ "sv-extra-tool", "sv-tool" }));
-    configure(Filter, All, true, true, QStringLiteral("-tool"));
-    QCOMPARE(listed(), QStringList({ "sv-extra-tool", "sv-tool" }));
-    proxy->setFilterRegExp(QStringLiteral("^sv-tool 2\\.0-1 sv-extras "));
-    QCOMPARE(listed(), QStringList { "sv-tool" });
-    proxy->setFilterRegExp(QString());
-    QStringList names;
-    for (Package::Entry const* e : *sandbox.yumIO)
-        names.append(e->name);
-    QCOMPARE(listed(), sorted(names));
-}
 
 QTEST_MAIN(TableProxy)
 #include "tst_packagetableproxy.moc"

@@ -1,13 +1,13 @@
 // The package table view over a real collection of the sandbox root: the
-// Action column's click cycle, the context menus and the actions they offer
-// for mixed selections, the rows and signals it reports in model terms, its
-// disabled colours, sorting from the header, and sizing to every entry.
+// Action column's click cycle, the context menus for mixed selections, rows
+// reported in model terms, disabled colours, header sorting and sizing.
 
 #include "SandboxSession.h"
 #include "app/Colors.h"
 #include "packagetable/PackageTableModel.h"
 #include "packagetable/PackageTableSortFilterProxyModel.h"
 #include "packagetable/PackageTableView.h"
+#include "tests/yumio/TestRows.h"
 
 #include <QApplication>
 #include <QContextMenuEvent>
@@ -16,460 +16,312 @@
 #include <QPointer>
 #include <QScreen>
 #include <QSignalSpy>
-#include <QTest>
-#include <QTimer>
 #include <QVBoxLayout>
 #include <functional>
 
 using namespace PackageTable;
+using QSL = QStringList;
 
 class TableView : public QObject
 {
     Q_OBJECT
-
-private Q_SLOTS:
-    void initTestCase();
-    void cleanupTestCase();
-    void init();
-    void cleanup();
-
-    void construction();
-    void clickCycle_data();
-    void clickCycle();
-    void clicksElsewhereDoNothing();
-    void actionMenu_data();
-    void actionMenu();
-    void actionMenuWithoutSelection();
-    void otherMenu();
-    void currentAndSelectedRows();
-    void disabledColours();
-    void headerSorts();
-    void resizeSizesForEveryEntry();
-    void resizeGrowsTheWindowWithinTheScreen();
-
-private:
-    QModelIndex at(QString const& name, int column, Package::Kind kind = Package::Ordinary) const;
-    void select(QStringList const& names);
-    // Runs `act` on the popup menu as soon as one is open.
-    void whenMenuOpens(std::function<void(QMenu*)> act);
-    static QAction* action(QMenu* menu, QString const& text);
-    void rightClick(QModelIndex const& index);
 
     SandboxSession sandbox;
     Model* model = nullptr;
     SortFilterProxyModel* proxy = nullptr;
     QWidget* window = nullptr;
     View* view = nullptr;
-    bool menuOpened = false;
     QPointer<QTimer> menuPoll;
-};
+    QStringList menuItems; // the visible items of the last menu opened: "text" or "(text)" when disabled
 
-void TableView::initTestCase()
-{
-    QVERIFY2(sandbox.start(), qPrintable(sandbox.failure));
-    window = new QWidget;
-    auto* layout = new QVBoxLayout(window);
-    model = new Model(sandbox.yumIO, window);
-    proxy = new SortFilterProxyModel(All, true, true, sandbox.yumIO, window);
-    proxy->setSourceModel(model);
-    view = new View(model, proxy, window);
-    layout->addWidget(view);
-    window->resize(700, 500);
-    window->show();
-    QVERIFY(QTest::qWaitForWindowExposed(window));
-}
-
-void TableView::cleanupTestCase()
-{
-    delete window;
-    QVERIFY2(sandbox.reports.isEmpty(), qPrintable(sandbox.reports.join(QLatin1Char('\n'))));
-}
-
-void TableView::init()
-{
-    model->clearActions();
-    model->setDescriber(nullptr);
-    model->setBrowser(nullptr);
-    proxy->setFilterRegExp(QString());
-    view->clearSelection();
-    view->sortByColumn(KindColumn, Qt::AscendingOrder);
-}
-
-void TableView::cleanup()
-{
-    // A menu that never opened must not leave its poll, which refers to the
-    // test's locals, running into the next test.
-    delete menuPoll;
-}
-
-QModelIndex TableView::at(QString const& name, int column, Package::Kind kind) const
-{
-    int const row = sandbox.row(name, QString(), kind);
-    QModelIndex const index = proxy->mapFromSource(model->index(row, column));
-    view->scrollTo(index);
-    return index;
-}
-
-void TableView::select(QStringList const& names)
-{
-    view->clearSelection();
-    for (QString const& name : names)
-        view->selectionModel()->select(
-            at(name, NameColumn), QItemSelectionModel::Select | QItemSelectionModel::Rows);
-}
-
-void TableView::whenMenuOpens(std::function<void(QMenu*)> act)
-{
-    menuOpened = false;
-    delete menuPoll;
-    menuPoll = new QTimer(this);
-    connect(menuPoll, &QTimer::timeout, this, [this, act] {
-        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-        if (!menu)
-            return;
-        menuPoll->stop();
-        menuOpened = true;
-        act(menu);
-        if (menu->isVisible())
-            menu->close();
-    });
-    menuPoll->start(10);
-}
-
-QAction* TableView::action(QMenu* menu, QString const& text)
-{
-    for (QAction* action : menu->actions()) {
-        if (action->text() == text)
-            return action;
+    QModelIndex at(QString const& name, int column, Package::Kind kind = Package::Ordinary) const
+    {
+        QModelIndex const index
+            = proxy->mapFromSource(model->index(sandbox.row(name, QString(), kind), column));
+        view->scrollTo(index);
+        return index;
     }
-    return nullptr;
-}
-
-void TableView::rightClick(QModelIndex const& index)
-{
-    // The press selects as a right click does; the platform then asks for
-    // the context menu.
-    QPoint const pos = view->visualRect(index).center();
-    QTest::mouseClick(view->viewport(), Qt::RightButton, {}, pos);
-    QContextMenuEvent event(QContextMenuEvent::Mouse, pos, view->viewport()->mapToGlobal(pos));
-    QApplication::sendEvent(view->viewport(), &event);
-}
-
-void TableView::construction()
-{
-    // Sorted by kind from the start: the suite first, then the groups; the
-    // header shows it.
-    QCOMPARE(view->horizontalHeader()->sortIndicatorSection(), int(KindColumn));
-    QCOMPARE(view->horizontalHeader()->sortIndicatorOrder(), Qt::AscendingOrder);
-    QCOMPARE(proxy->index(0, NameColumn).data().toString(), QStringLiteral("sv-office-suite"));
-    QCOMPARE(proxy->index(1, NameColumn).data().toString(), QStringLiteral("SORVAN Core"));
-}
-
-void TableView::clickCycle_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<int>("sortColumn");
-    QTest::addColumn<QList<int>>("cycle");
-
-    QList<int> const outOfDate { Package::Update, Package::Remove, Package::NoAction };
-    QTest::newRow("out of date") << "sv-tool" << int(KindColumn) << outOfDate;
-    // Sorted by action, the row stays under the pointer while its action
-    // changes, so that the cycle can be clicked through.
-    QTest::newRow("out of date, sorted by action") << "sv-tool" << int(ActionColumn) << outOfDate;
-    QTest::newRow("available") << "sv-writer" << int(KindColumn)
-                               << QList<int> { Package::Install, Package::NoAction, Package::Install };
-    QTest::newRow("installed") << "sv-release" << int(ActionColumn)
-                               << QList<int> { Package::Remove, Package::NoAction, Package::Remove };
-}
-
-void TableView::clickCycle()
-{
-    QFETCH(QString, name);
-    QFETCH(int, sortColumn);
-    QFETCH(QList<int>, cycle);
-
-    view->sortByColumn(sortColumn, Qt::AscendingOrder);
-    QModelIndex const index = at(name, ActionColumn);
-    QPoint const where = view->visualRect(index).center();
-    int const row = sandbox.row(name);
-    QSignalSpy changed(view, &View::stateChanged);
-    for (int i = 0; i < cycle.size(); ++i) {
-        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, where);
-        QCOMPARE(int(sandbox.entry(name)->action), cycle[i]);
-        QCOMPARE(changed.count(), i + 1);
-        QCOMPARE(changed.last().at(0).toInt(), row);
+    void select(QSL const& names)
+    {
+        view->clearSelection();
+        for (QString const& name : names)
+            view->selectionModel()->select(
+                at(name, NameColumn), QItemSelectionModel::Select | QItemSelectionModel::Rows);
     }
-}
-
-void TableView::clicksElsewhereDoNothing()
-{
-    QSignalSpy changed(view, &View::stateChanged);
-    for (int column : { StateColumn, KindColumn, NameColumn, RepositoryColumn })
-        QTest::mouseClick(view->viewport(), Qt::LeftButton, {},
-            view->visualRect(at(QStringLiteral("sv-tool"), column)).center());
-    QCOMPARE(changed.count(), 0);
-    QCOMPARE(sandbox.entry(QStringLiteral("sv-tool"))->action, Package::NoAction);
-}
-
-void TableView::actionMenu_data()
-{
-    QTest::addColumn<QStringList>("selection");
-    QTest::addColumn<QString>("chosen");
-    // Whether "&Update", "&Install" and "&Remove" are offered.
-    QTest::addColumn<QList<bool>>("offered");
-    // The actions of the selected rows afterwards, in selection order.
-    QTest::addColumn<QList<int>>("actions");
-
-    QStringList const mixed { "sv-app", "sv-release" };
-    // An available and an installed package: no update to offer.
-    QTest::newRow("mixed, install") << mixed << "&Install" << QList<bool> { false, true, true }
-                                    << QList<int> { Package::Install, Package::NoAction };
-    QTest::newRow("mixed, remove") << mixed << "&Remove" << QList<bool> { false, true, true }
-                                   << QList<int> { Package::NoAction, Package::Remove };
-    QTest::newRow("out of date alone") << QStringList { "sv-kernel" } << "&Update"
-                                       << QList<bool> { true, false, true } << QList<int> { Package::Update };
-    QStringList const three { "sv-kernel", "sv-writer", "sv-old" };
-    QTest::newRow("three states, update")
-        << three << "&Update" << QList<bool> { true, true, true }
-        << QList<int> { Package::Update, Package::NoAction, Package::NoAction };
-    QTest::newRow("three states, remove")
-        << three << "&Remove" << QList<bool> { true, true, true }
-        << QList<int> { Package::Remove, Package::NoAction, Package::Remove };
-    QTest::newRow("available alone") << QStringList { "sv-writer" } << "&Install"
-                                     << QList<bool> { false, true, false } << QList<int> { Package::Install };
-}
-
-void TableView::actionMenu()
-{
-    QFETCH(QStringList, selection);
-    QFETCH(QString, chosen);
-    QFETCH(QList<bool>, offered);
-    QFETCH(QList<int>, actions);
-
-    select(selection);
-    QList<bool> enabled;
-    whenMenuOpens([&](QMenu* menu) {
-        for (char const* text : { "&Update", "&Install", "&Remove" })
-            enabled.append(action(menu, QLatin1String(text))->isEnabled());
-        QVERIFY(action(menu, QStringLiteral("&No Action"))->isEnabled());
-        menu->setActiveAction(action(menu, chosen));
-        QTest::keyClick(menu, Qt::Key_Return);
-    });
-    QSignalSpy changed(view, &View::stateChanged);
-    // On a selected row the right click keeps the selection.
-    rightClick(at(selection.first(), ActionColumn));
-    QVERIFY(menuOpened);
-    QCOMPARE(enabled, offered);
-    QCOMPARE(view->selectedRows().size(), selection.size());
-    for (int i = 0; i < selection.size(); ++i)
-        QCOMPARE(int(sandbox.entry(selection[i])->action), actions[i]);
-    QCOMPARE(changed.count(), 1);
-    QCOMPARE(changed[0][0].toInt(), -1);
-
-    // "&No Action" is legal everywhere.
-    whenMenuOpens([&](QMenu* menu) {
-        menu->setActiveAction(action(menu, QStringLiteral("&No Action")));
-        QTest::keyClick(menu, Qt::Key_Return);
-    });
-    rightClick(at(selection.first(), ActionColumn));
-    for (QString const& name : selection)
-        QCOMPARE(sandbox.entry(name)->action, Package::NoAction);
-}
-
-void TableView::actionMenuWithoutSelection()
-{
-    // A menu asked for without a selection acts on its own row.
-    view->clearSelection();
-    QList<bool> enabled;
-    whenMenuOpens([&](QMenu* menu) {
-        for (char const* text : { "&Update", "&Install", "&Remove" })
-            enabled.append(action(menu, QLatin1String(text))->isEnabled());
-        menu->setActiveAction(action(menu, QStringLiteral("&Remove")));
-        QTest::keyClick(menu, Qt::Key_Return);
-    });
-    view->handleCustomContextMenuRequested(
-        view->visualRect(at(QStringLiteral("sv-reloc"), ActionColumn)).center());
-    QVERIFY(menuOpened);
-    QCOMPARE(enabled, QList<bool>({ false, false, true }));
-    QCOMPARE(sandbox.entry(QStringLiteral("sv-reloc"))->action, Package::Remove);
-}
-
-void TableView::otherMenu()
-{
-    // With nothing to show about a package, no menu opens.
-    QSignalSpy changed(view, &View::stateChanged);
-    whenMenuOpens([](QMenu*) {});
-    view->handleCustomContextMenuRequested(
-        view->visualRect(at(QStringLiteral("sv-app"), NameColumn)).center());
-    QVERIFY(!menuOpened);
-    QVERIFY(!QApplication::activePopupWidget());
-
-    QStringList shown;
-    auto viewer = [&](QString const& what) {
-        return [&, what](YumIO*, Package::Entry const& entry, YumConfIO*, QWidget* parent) {
-            QCOMPARE(parent, view);
-            shown.append(what + QLatin1Char(' ') + entry.name);
-        };
-    };
-    model->setDescriber(viewer(QStringLiteral("describe")));
-    model->setBrowser(viewer(QStringLiteral("browse")));
-
-    // Browsing is offered on the Repository column only.
-    for (int column : { int(NameColumn), int(RepositoryColumn) }) {
-        QStringList visible;
-        whenMenuOpens([&](QMenu* menu) {
-            for (QAction const* item : menu->actions()) {
-                if (item->isVisible())
-                    visible.append(item->text());
+    // Chooses `item` (or nothing) in the next menu that opens.
+    void whenMenuOpens(QString const& item = {})
+    {
+        menuItems.clear();
+        delete menuPoll;
+        menuPoll = new QTimer(this);
+        connect(menuPoll, &QTimer::timeout, this, [this, item] {
+            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+            if (!menu)
+                return;
+            menuPoll->stop();
+            for (QAction* action : menu->actions()) {
+                if (action->isVisible())
+                    menuItems.append(action->isEnabled()
+                            ? action->text()
+                            : QLatin1Char('(') + action->text() + QLatin1Char(')'));
+                if (action->text() == item)
+                    menu->setActiveAction(action);
             }
+            if (item.isEmpty())
+                menu->close();
+            else
+                QTest::keyClick(menu, Qt::Key_Return);
         });
-        rightClick(at(QStringLiteral("sv-app"), column));
-        QVERIFY(menuOpened);
-        QStringList expected { "&Describe" };
-        if (column == RepositoryColumn)
-            expected.append(QStringLiteral("Browse Repository"));
-        QCOMPARE(visible, expected);
+        menuPoll->start(10);
+    }
+    // A press that selects, then the platform's context menu request.
+    void rightClick(QModelIndex const& index, QString const& item = {})
+    {
+        whenMenuOpens(item);
+        QPoint const pos = view->visualRect(index).center();
+        QTest::mouseClick(view->viewport(), Qt::RightButton, {}, pos);
+        QContextMenuEvent event(QContextMenuEvent::Mouse, pos, view->viewport()->mapToGlobal(pos));
+        QApplication::sendEvent(view->viewport(), &event);
+    }
+    QList<int> actionsOf(QSL const& names) const
+    {
+        QList<int> actions;
+        for (QString const& name : names)
+            actions.append(sandbox.entry(name)->action);
+        return actions;
     }
 
-    for (char const* text : { "&Describe", "Browse Repository" }) {
-        whenMenuOpens([&](QMenu* menu) {
-            menu->setActiveAction(action(menu, QLatin1String(text)));
-            QTest::keyClick(menu, Qt::Key_Return);
-        });
-        rightClick(at(QStringLiteral("sv-calc"), RepositoryColumn));
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY2(sandbox.start(), qPrintable(sandbox.failure));
+        window = new QWidget;
+        model = new Model(sandbox.yumIO, window);
+        proxy = new SortFilterProxyModel(All, true, true, sandbox.yumIO, window);
+        proxy->setSourceModel(model);
+        view = new View(model, proxy, window);
+        (new QVBoxLayout(window))->addWidget(view);
+        window->resize(700, 500);
+        window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+        // Sorted by kind from the start: the suite first, then the groups.
+        QCOMPARE(view->horizontalHeader()->sortIndicatorSection(), int(KindColumn));
+        QCOMPARE(proxy->index(0, NameColumn).data().toString(), QStringLiteral("sv-office-suite"));
+        QCOMPARE(proxy->index(1, NameColumn).data().toString(), QStringLiteral("SORVAN Core"));
     }
-    QCOMPARE(shown, QStringList({ "describe sv-calc", "browse sv-calc" }));
-
-    // The Describe button's slot describes the current row.
-    view->setCurrentIndex(at(QStringLiteral("sv-writer"), NameColumn));
-    view->describe();
-    QCOMPARE(shown.last(), QStringLiteral("describe sv-writer"));
-    QCOMPARE(changed.count(), 0);
-}
-
-void TableView::currentAndSelectedRows()
-{
-    // Sorted by name, the view's rows are not the model's.
-    view->sortByColumn(NameColumn, Qt::DescendingOrder);
-    view->setCurrentIndex(QModelIndex());
-    QSignalSpy current(view, qOverload<int, int>(&View::currentChanged));
-
-    int const writer = sandbox.row(QStringLiteral("sv-writer"));
-    int const core = sandbox.row(QStringLiteral("SORVAN Core"), QString(), Package::Group);
-    view->setCurrentIndex(at(QStringLiteral("sv-writer"), NameColumn));
-    QCOMPARE(current.count(), 1);
-    QCOMPARE(current[0][0].toInt(), writer);
-    QCOMPARE(current[0][1].toInt(), -1);
-    // Another cell of the same row is the same row.
-    view->setCurrentIndex(at(QStringLiteral("sv-writer"), SizeColumn));
-    QCOMPARE(current.count(), 1);
-    view->setCurrentIndex(at(QStringLiteral("SORVAN Core"), NameColumn, Package::Group));
-    QCOMPARE(current.count(), 2);
-    QCOMPARE(current[1][0].toInt(), core);
-    QCOMPARE(current[1][1].toInt(), writer);
-
-    select({ "sv-writer", "sv-app" });
-    QList<int> rows;
-    for (QModelIndex const& index : view->selectedRows()) {
-        QCOMPARE(index.model(), model);
-        rows.append(index.row());
+    void cleanupTestCase()
+    {
+        delete window;
+        QVERIFY2(sandbox.reports.isEmpty(), qPrintable(sandbox.reports.join(QLatin1Char('\n'))));
     }
-    std::sort(rows.begin(), rows.end());
-    QList<int> expected { writer, sandbox.row(QStringLiteral("sv-app")) };
-    std::sort(expected.begin(), expected.end());
-    QCOMPARE(rows, expected);
-}
+    void init()
+    {
+        model->clearActions();
+        model->setDescriber(nullptr);
+        model->setBrowser(nullptr);
+        proxy->setFilterRegExp(QString());
+        view->clearSelection();
+        view->sortByColumn(KindColumn, Qt::AscendingOrder);
+    }
+    void cleanup() { delete menuPoll; } // its lambda refers to the test's locals
 
-void TableView::disabledColours()
-{
-    QModelIndex const index = at(QStringLiteral("sv-tool"), NameColumn);
-    view->setEnabled(false);
-    QVERIFY(!model->isEnabled());
-    QCOMPARE(index.data(Qt::ForegroundRole).value<QColor>(), QColor(Colors::errorDisabled()));
-    view->setEnabled(true);
-    QVERIFY(model->isEnabled());
-    // Disabling the window disables the view with it.
-    window->setEnabled(false);
-    QVERIFY(!model->isEnabled());
-    QCOMPARE(index.data(Qt::ForegroundRole).value<QColor>(), QColor(Colors::errorDisabled()));
-    window->setEnabled(true);
-    QVERIFY(model->isEnabled());
-    QCOMPARE(index.data(Qt::ForegroundRole).value<QColor>(), QColor(Colors::error()));
-}
+    void clickCycle_data()
+    {
+        columns<QString, int, QList<int>>("name", "sortColumn", "cycle");
+        QList<int> const outOfDate { Package::Update, Package::Remove, Package::NoAction };
+        row("out of date", "sv-tool", int(KindColumn), outOfDate);
+        // Sorted by action, the row stays under the pointer while its action changes.
+        row("out of date, sorted by action", "sv-tool", int(ActionColumn), outOfDate);
+        row("available", "sv-writer", int(KindColumn), QList<int> { Package::Install, Package::NoAction });
+        row("installed", "sv-release", int(ActionColumn), QList<int> { Package::Remove, Package::NoAction });
+    }
+    void clickCycle()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, sortColumn);
+        QFETCH(QList<int>, cycle);
+        view->sortByColumn(sortColumn, Qt::AscendingOrder);
+        QPoint const where = view->visualRect(at(name, ActionColumn)).center();
+        QSignalSpy changed(view, &View::stateChanged);
+        QList<int> actions;
+        for (int i = 0; i < cycle.size(); ++i) {
+            QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, where);
+            actions.append(sandbox.entry(name)->action);
+        }
+        QCOMPARE(actions, cycle);
+        QCOMPARE(changed.count(), cycle.size());
+        QCOMPARE(changed.last().at(0).toInt(), sandbox.row(name));
 
-void TableView::headerSorts()
-{
-    QHeaderView* header = view->horizontalHeader();
-    auto clickHeader = [&](int column) {
-        int const x = header->sectionViewportPosition(column) + header->sectionSize(column) / 2;
-        QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, QPoint(x, header->height() / 2));
-    };
-    auto first = [&] { return proxy->index(0, NameColumn).data().toString(); };
+        // Clicks in other columns change nothing.
+        changed.clear();
+        for (int column : { StateColumn, NameColumn, RepositoryColumn })
+            QTest::mouseClick(
+                view->viewport(), Qt::LeftButton, {}, view->visualRect(at(name, column)).center());
+        QCOMPARE(changed.count(), 0);
+        QCOMPARE(sandbox.entry(name)->action, Package::NoAction);
+    }
 
-    clickHeader(NameColumn);
-    QCOMPARE(header->sortIndicatorSection(), int(NameColumn));
-    QCOMPARE(header->sortIndicatorOrder(), Qt::AscendingOrder);
-    QCOMPARE(proxy->filterKeyColumn(), int(NameColumn));
-    QCOMPARE(first(), QStringLiteral("SORVAN Core"));
-    // A second click on the same column reverses the order.
-    clickHeader(NameColumn);
-    QCOMPARE(header->sortIndicatorOrder(), Qt::DescendingOrder);
-    QCOMPARE(first(), QStringLiteral("sv-writer"));
-    // Another column starts ascending.
-    clickHeader(StateColumn);
-    QCOMPARE(header->sortIndicatorSection(), int(StateColumn));
-    QCOMPARE(header->sortIndicatorOrder(), Qt::AscendingOrder);
-    QCOMPARE(proxy->filterKeyColumn(), int(StateColumn));
-    QCOMPARE(first(), QStringLiteral("SORVAN Core"));
-}
+    void actionMenu_data()
+    {
+        // The menu's items, then the actions of the selected rows afterwards.
+        columns<QSL, QString, QString, QList<int>>("selection", "chosen", "items", "actions");
+        QSL const mixed { "sv-app", "sv-release" };
+        QSL const three { "sv-kernel", "sv-writer", "sv-old" };
+        row("mixed, install", mixed, "&Install", "(&Update) &Install &Remove &No Action",
+            QList<int> { Package::Install, Package::NoAction });
+        row("mixed, remove", mixed, "&Remove", "(&Update) &Install &Remove &No Action",
+            QList<int> { Package::NoAction, Package::Remove });
+        row("out of date alone", QSL { "sv-kernel" }, "&Update", "&Update (&Install) &Remove &No Action",
+            QList<int> { Package::Update });
+        row("three states, update", three, "&Update", "&Update &Install &Remove &No Action",
+            QList<int> { Package::Update, Package::NoAction, Package::NoAction });
+        row("three states, remove", three, "&Remove", "&Update &Install &Remove &No Action",
+            QList<int> { Package::Remove, Package::NoAction, Package::Remove });
+    }
+    void actionMenu()
+    {
+        QFETCH(QSL, selection);
+        QFETCH(QString, chosen);
+        QFETCH(QList<int>, actions);
+        select(selection);
+        QSignalSpy changed(view, &View::stateChanged);
+        rightClick(at(selection.first(), ActionColumn), chosen); // on a selected row: keeps the selection
+        QTEST(menuItems.join(QLatin1Char(' ')), "items");
+        QCOMPARE(view->selectedRows().size(), selection.size());
+        QCOMPARE(actionsOf(selection), actions);
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(changed[0][0].toInt(), -1);
+        rightClick(at(selection.first(), ActionColumn), QStringLiteral("&No Action")); // legal everywhere
+        QCOMPARE(actionsOf(selection), QList<int>(selection.size(), Package::NoAction));
+    }
 
-void TableView::resizeSizesForEveryEntry()
-{
-    // Listed alone, sv-app would need a narrower Name column than the
-    // longest names of the table.
-    proxy->setFilterRegExp(QStringLiteral("^sv-app "));
-    QCOMPARE(proxy->rowCount(), 1);
-    view->resizeColumnsToContents();
-    QList<int> filtered;
-    for (int column = 0; column < ColumnCount; ++column)
-        filtered.append(view->columnWidth(column));
-    QVERIFY(proxy->getFilter());
-    QCOMPARE(proxy->rowCount(), 1);
+    void actionMenuWithoutSelection()
+    {
+        // A menu asked for without a selection acts on its own row.
+        view->clearSelection();
+        whenMenuOpens(QStringLiteral("&Remove"));
+        view->handleCustomContextMenuRequested(
+            view->visualRect(at(QStringLiteral("sv-reloc"), ActionColumn)).center());
+        QCOMPARE(menuItems.join(QLatin1Char(' ')), QStringLiteral("(&Update) (&Install) &Remove &No Action"));
+        QCOMPARE(sandbox.entry(QStringLiteral("sv-reloc"))->action, Package::Remove);
+    }
 
-    proxy->setFilterRegExp(QString());
-    view->resizeColumnsToContents();
-    QList<int> all;
-    for (int column = 0; column < ColumnCount; ++column)
-        all.append(view->columnWidth(column));
-    QCOMPARE(filtered, all);
-    QVERIFY(all[NameColumn] > view->fontMetrics().horizontalAdvance(QStringLiteral("sv-viewer-langpack")));
+    void otherMenu()
+    {
+        // With nothing to show about a package, no menu opens.
+        QSignalSpy changed(view, &View::stateChanged);
+        rightClick(at(QStringLiteral("sv-app"), NameColumn));
+        QVERIFY(menuItems.isEmpty() && !QApplication::activePopupWidget());
 
-    // The view asks for at least ten rows, and for every row there is.
-    int const line = view->rowHeight(0);
-    QVERIFY(view->sizeHint().height() >= model->rowCount() * line);
-    proxy->setFilterRegExp(QStringLiteral("^sv-app "));
-    QVERIFY(view->sizeHint().height() >= 10 * line);
-    QVERIFY(view->sizeHint().height() < model->rowCount() * line);
-}
+        QSL shown;
+        auto viewer = [&](QString const& what) {
+            return [&, what](YumIO* session, Package::Entry const& entry, YumConfIO*, QWidget* parent) {
+                QVERIFY(session == sandbox.yumIO && parent == view);
+                shown.append(what + QLatin1Char(' ') + entry.name);
+            };
+        };
+        model->setDescriber(viewer(QStringLiteral("describe")));
+        model->setBrowser(viewer(QStringLiteral("browse")));
+        // Browsing is offered on the Repository column only.
+        rightClick(at(QStringLiteral("sv-app"), NameColumn), QStringLiteral("&Describe"));
+        QCOMPARE(menuItems, QSL { "&Describe" });
+        rightClick(at(QStringLiteral("sv-calc"), RepositoryColumn), QStringLiteral("Browse Repository"));
+        QCOMPARE(menuItems, QSL({ "&Describe", "Browse Repository" }));
+        // The Describe button's slot describes the current row.
+        view->setCurrentIndex(at(QStringLiteral("sv-writer"), NameColumn));
+        view->describe();
+        QCOMPARE(shown, QSL({ "describe sv-app", "browse sv-calc", "describe sv-writer" }));
+        QCOMPARE(changed.count(), 0);
+    }
 
-void TableView::resizeGrowsTheWindowWithinTheScreen()
-{
-    QRect const screen = window->screen()->geometry();
-    QSize const bound(screen.width() * 9 / 10, screen.height() * 9 / 10);
+    void rowsInModelTerms()
+    {
+        // Sorted by name, the view's rows are not the model's.
+        view->sortByColumn(NameColumn, Qt::DescendingOrder);
+        view->setCurrentIndex(QModelIndex());
+        QSignalSpy current(view, qOverload<int, int>(&View::currentChanged));
+        int const writer = sandbox.row(QStringLiteral("sv-writer"));
+        int const core = sandbox.row(QStringLiteral("SORVAN Core"), QString(), Package::Group);
+        view->setCurrentIndex(at(QStringLiteral("sv-writer"), NameColumn));
+        view->setCurrentIndex(at(QStringLiteral("sv-writer"), SizeColumn)); // the same row
+        view->setCurrentIndex(at(QStringLiteral("SORVAN Core"), NameColumn, Package::Group));
+        QCOMPARE(current.count(), 2);
+        QCOMPARE(current[0], QVariantList({ writer, -1 }));
+        QCOMPARE(current[1], QVariantList({ core, writer }));
 
-    window->resize(200, 150);
-    view->resizeColumnsToContents();
-    QSize const hint = window->sizeHint();
-    QCOMPARE(window->size(), hint.boundedTo(bound).expandedTo(QSize(200, 150)));
-    // Thirty-one rows do not fit on the test screen: the height stops at 90%.
-    QCOMPARE(window->height(), bound.height());
+        select({ "sv-writer", "sv-app" });
+        QList<int> rows;
+        for (QModelIndex const& index : view->selectedRows()) {
+            QCOMPARE(index.model(), model);
+            rows.append(index.row());
+        }
+        std::sort(rows.begin(), rows.end());
+        QCOMPARE(rows,
+            QList<int>({ std::min(writer, sandbox.row(QStringLiteral("sv-app"))),
+                std::max(writer, sandbox.row(QStringLiteral("sv-app"))) }));
+    }
 
-    // A window the user made larger stays as large.
-    QSize const large(screen.width() * 19 / 20, screen.height() * 19 / 20);
-    window->resize(large);
-    view->resizeColumnsToContents();
-    QCOMPARE(window->size(), large);
-}
+    void disabledColours()
+    {
+        // Disabling the window disables the view, which switches the colours.
+        QModelIndex const index = at(QStringLiteral("sv-tool"), NameColumn);
+        window->setEnabled(false);
+        QVERIFY(!model->isEnabled());
+        QCOMPARE(index.data(Qt::ForegroundRole).value<QColor>(), QColor(Colors::errorDisabled()));
+        window->setEnabled(true);
+        QVERIFY(model->isEnabled());
+        QCOMPARE(index.data(Qt::ForegroundRole).value<QColor>(), QColor(Colors::error()));
+    }
+
+    void headerSorts()
+    {
+        QHeaderView* header = view->horizontalHeader();
+        QSL seen;
+        for (int column : { NameColumn, NameColumn, StateColumn }) {
+            int const x = header->sectionViewportPosition(column) + header->sectionSize(column) / 2;
+            QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, QPoint(x, header->height() / 2));
+            QCOMPARE(proxy->filterKeyColumn(), column);
+            seen.append(QString::number(header->sortIndicatorSection()) + QLatin1Char(':')
+                + QString::number(header->sortIndicatorOrder()) + QLatin1Char(':')
+                + proxy->index(0, NameColumn).data().toString());
+        }
+        // A second click on the same column reverses the order; another starts ascending.
+        QCOMPARE(seen, QSL({ "3:0:SORVAN Core", "3:1:sv-writer", "1:0:SORVAN Core" }));
+    }
+
+    void resize()
+    {
+        // Sized for every entry, also with a filter listing only sv-app.
+        proxy->setFilterRegExp(QStringLiteral("^sv-app "));
+        view->resizeColumnsToContents();
+        QList<int> filtered;
+        for (int column = 0; column < ColumnCount; ++column)
+            filtered.append(view->columnWidth(column));
+        QCOMPARE(proxy->rowCount(), 1);
+        QVERIFY(proxy->getFilter());
+        QVERIFY(view->sizeHint().height() >= 10 * view->rowHeight(0));
+        QVERIFY(view->sizeHint().height() < model->rowCount() * view->rowHeight(0));
+        proxy->setFilterRegExp(QString());
+        view->resizeColumnsToContents();
+        for (int column = 0; column < ColumnCount; ++column)
+            QCOMPARE(view->columnWidth(column), filtered[column]);
+        QVERIFY(filtered[NameColumn]
+            > view->fontMetrics().horizontalAdvance(QStringLiteral("sv-viewer-langpack")));
+        QVERIFY(view->sizeHint().height() >= model->rowCount() * view->rowHeight(0));
+
+        // The window grows to its hint within 90% of the screen, never shrinks.
+        QRect const screen = window->screen()->geometry();
+        QSize const bound(screen.width() * 9 / 10, screen.height() * 9 / 10);
+        window->resize(200, 150);
+        view->resizeColumnsToContents();
+        QCOMPARE(window->size(), window->sizeHint().boundedTo(bound).expandedTo(QSize(200, 150)));
+        QCOMPARE(window->height(), bound.height()); // thirty-one rows do not fit
+        QSize const large(screen.width() * 19 / 20, screen.height() * 19 / 20);
+        window->resize(large);
+        view->resizeColumnsToContents();
+        QCOMPARE(window->size(), large);
+    }
+};
 
 QTEST_MAIN(TableView)
 #include "tst_packagetableview.moc"
