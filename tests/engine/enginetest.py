@@ -129,6 +129,3 @@ class Collection:
         if len(found) != 1:
             raise AssertionError("%d %s packages named %s" % (len(found), which, name))
         return found[0]
-
-    def group(self, name):
-        return next(g for g in self.groups if g.name == name)

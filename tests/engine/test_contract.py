@@ -8,7 +8,7 @@ import warnings
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import yumIOC  # noqa: E402
-from enginetest import RootTestCase, run  # noqa: E402
+from enginetest import ARCH, RootTestCase, run  # noqa: E402
 
 
 class NamesTest(RootTestCase):
@@ -28,6 +28,18 @@ class NamesTest(RootTestCase):
             self.assertTrue(issubclass(sub, base), (sub, base))
         e = E.LockError("held by 12", 12)
         self.assertEqual((e.value, str(e), e.pid), ("held by 12", "held by 12", 12))
+
+    def test_repository_store_and_variables(self):
+        # What the program reads beside the collection (the collection itself
+        # is checked through the program's own session).
+        y = self.session()
+        self.assertEqual({r: repo.enabled for r, repo in y.repos.repos.items()}, {
+            "sv-base": 1, "sv-buffet": 0, "sv-extras": 0, "sv-http": 0, "sv-mirrored": 1,
+            "sv-unreachable": 0, "sv-updates": 1})
+        self.collect(y)
+        # releasever from sv-release's system-release(releasever) = 1, in the managed root.
+        self.assertEqual({k: y.conf.yumvar[k] for k in ("arch", "basearch", "releasever")},
+                         {"arch": ARCH, "basearch": ARCH, "releasever": "1"})
 
     def test_probes(self):
         y = self.session()

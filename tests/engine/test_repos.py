@@ -1,12 +1,12 @@
 """Repositories: the configuration the engine reads, the ones it cannot use,
-and the meters it moves while downloading them."""
+and what it does with one served over HTTP."""
 
 import os
 import sys
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import yumIOC  # noqa: E402
-from enginetest import REPOS, RootTestCase, names, run  # noqa: E402
+from enginetest import RootTestCase, names, run  # noqa: E402
 
 
 class ConfigurationTest(RootTestCase):
@@ -29,14 +29,6 @@ class ConfigurationTest(RootTestCase):
         self.assertIn(dup, caught.exception.value)
         self.assertIn(self.path("/etc/yum.repos.d/sv-sandbox.repo"), caught.exception.value)
 
-    def test_enable_and_disable_by_pattern(self):
-        y = self.session()
-        self.assertEqual(y.repos.enableRepo("sv-e*"), ["sv-extras"])
-        self.assertEqual(y.repos.disableRepo("sv-base"), ["sv-base"])
-        self.assertEqual((y.repos.repos["sv-extras"].enabled, y.repos.repos["sv-base"].enabled), (1, 0))
-        with self.assertRaises(self.Errors.RepoError):
-            y.repos.enableRepo("no-such-repo")
-
     def test_the_files_the_repository_editor_reads(self):
         # The main file's reposdir, and the main file that the editor picks.
         os.unlink(self.path("/etc/yum.conf"))
@@ -46,27 +38,8 @@ class ConfigurationTest(RootTestCase):
                            "[repo-%s]\nbaseurl=file:///nowhere/\n" % tag)
             self.assertEqual(list(self.session().repos.repos), ["repo-" + tag])
 
-    def test_releasever_of_the_managed_root_in_urls(self):
-        release = os.path.join(self.tmp, "rel")
-        os.makedirs(release)
-        os.symlink(os.path.join(REPOS, "sv-extras"),
-                   os.path.join(release, "1"))
-        self.writeFile("/etc/yum.repos.d/rel.repo", "[rel]\nbaseurl=file://%s/$releasever/\n" % release)
-        self.assertEqual(self.collect().find("available", "sv-extra-tool").repoid, "rel")
-
 
 class UnusableRepositoryTest(RootTestCase):
-
-    def test_unreachable_enabled_repository(self):
-        y = self.session()
-        y.lock()
-        y.repos.enableRepo("sv-unreachable")
-        with self.assertRaises(self.Errors.RepoError) as caught:
-            y.setupRepos()
-        self.assertIn("sv-unreachable", caught.exception.value)
-        self.assertTrue([t for _, t in yumIOC.of("errorlog") if "sv-unreachable" in t])
-        y.repos.disableRepo("sv-unreachable")  # and the session goes on
-        self.assertTrue(self.collect(y).available)
 
     def test_unreachable_repository_that_may_be_skipped(self):
         self.writeFile("/etc/yum.repos.d/sv-unreachable.repo", "skip_if_unavailable=1\n", "a")
@@ -107,6 +80,14 @@ class HttpRepositoryTest(RootTestCase):
         yumIOC.reset()
         self.collect(y)
         self.assertEqual(self.meterCalls("sv-http"), [])
+
+    def test_build_host_of_a_remote_package_without_downloading_it(self):
+        self.serve()
+        p = self.collect(enables={"sv-http": True}).find("available", "sv-net-tool")
+        self.assertEqual(p.returnSimple("buildhost"), "builder.sorvan.example")
+        self.assertFalse(os.path.exists(p.localPkg()))
+        with open(self.path("/var/run/sv-sandbox-http.log")) as f:
+            self.assertNotIn(".rpm", f.read())
 
     def test_buffet_repository_needs_its_name_and_password(self):
         self.serve()

@@ -1,14 +1,12 @@
 """Stand-in for the program's yumIOC module in the engine's tests.
 
-It records every call, in order, and checks each call's arguments the way the
-program parses them (PyArg_ParseTuple formats), so that a call the program
-would reject fails here too.
+It records every call in order and checks each call's arguments the way the
+program parses them (its PyArg_ParseTuple formats), so that a call the
+program would reject fails here too.
 """
 
 calls = []
-
-# Answer that userconfirm() gives.
-answer = 0
+answer = 0  # what userconfirm() answers
 
 
 def reset():
@@ -23,45 +21,34 @@ def of(name):
     return [c[1] for c in calls if c[0] == name]
 
 
-def _check(name, args, fmt):
-    if len(args) != len(fmt):
-        raise TypeError("%s() takes %d arguments (%d given)" % (name, len(fmt), len(args)))
-    for code, arg in zip(fmt, args):
-        if code in "lL" and (not isinstance(arg, int) or isinstance(arg, bool)):
-            raise TypeError("%s(): an integer is required, got %r" % (name, arg))
-        if code == "s" and not isinstance(arg, str):
-            raise TypeError("%s(): a str is required, got %r" % (name, arg))
-
-
 def _recorder(name, fmt):
     def call(*args):
         if fmt is not None:
-            _check(name, args, fmt)
+            if len(args) != len(fmt):
+                raise TypeError("%s() takes %d arguments (%d given)" % (name, len(fmt), len(args)))
+            for code, arg in zip(fmt, args):
+                if code in "lL" and (not isinstance(arg, int) or isinstance(arg, bool)) \
+                        or code == "s" and not isinstance(arg, str):
+                    raise TypeError("%s(): %r does not fit the format %s" % (name, arg, code))
         calls.append((name, args))
-        return None
     call.__name__ = name
     return call
 
 
-# The program's 31 functions, in its table order, with the formats it parses.
-_TABLE = [
+# The program's functions in its table order, with the formats it parses (None: any).
+for _name, _fmt in [
     ("stdoutWrite", "s"), ("stderrWrite", "s"), ("log", "ls"), ("errorlog", "ls"),
-    ("collectProgress", "llO"), ("collectGrabMeterStart", "OOOOOO"),
-    ("collectGrabMeterUpdate", "OL"), ("collectGrabMeterEnd", "OL"),
-    ("collectGrabMeterFailure", "OO"), ("collectGrabMultiMeterStart", "LL"),
-    ("collectGrabMultiMeterNew", "O"), ("collectGrabMultiMeterRemove", "O"),
-    ("collectGrabMultiMeterEnd", None),
-    ("applyGrabMeterStart", "OOOOOO"), ("applyGrabMeterUpdate", "OL"),
-    ("applyGrabMeterEnd", "OL"), ("applyGrabMeterFailure", "OO"),
-    ("applyGrabMultiMeterStart", "LL"), ("applyGrabMultiMeterNew", "O"),
-    ("applyGrabMultiMeterRemove", "O"), ("applyGrabMultiMeterEnd", None),
-    ("dsTsCheck", ""), ("dsRestartLoop", ""),
-    ("reportDownloadSize", "O"), ("listTransaction", "O"),
-    ("tsInitCallback", "l"), ("tsCallback", "lLLOO"), ("tsEvent", "OlLLll"),
-    ("postTransactionOutput", "O"), ("gpgsigcheck", None),
-]
-
-for _name, _fmt in _TABLE:
+    ("collectProgress", "llO"), ("collectGrabMeterStart", "OOOOOO"), ("collectGrabMeterUpdate", "OL"),
+    ("collectGrabMeterEnd", "OL"), ("collectGrabMeterFailure", "OO"),
+    ("collectGrabMultiMeterStart", "LL"), ("collectGrabMultiMeterNew", "O"),
+    ("collectGrabMultiMeterRemove", "O"), ("collectGrabMultiMeterEnd", None),
+    ("applyGrabMeterStart", "OOOOOO"), ("applyGrabMeterUpdate", "OL"), ("applyGrabMeterEnd", "OL"),
+    ("applyGrabMeterFailure", "OO"), ("applyGrabMultiMeterStart", "LL"),
+    ("applyGrabMultiMeterNew", "O"), ("applyGrabMultiMeterRemove", "O"),
+    ("applyGrabMultiMeterEnd", None), ("dsTsCheck", ""), ("dsRestartLoop", ""),
+    ("reportDownloadSize", "O"), ("listTransaction", "O"), ("tsInitCallback", "l"),
+    ("tsCallback", "lLLOO"), ("tsEvent", "OlLLll"), ("postTransactionOutput", "O"),
+    ("gpgsigcheck", None)]:
     globals()[_name] = _recorder(_name, _fmt)
 
 
