@@ -308,9 +308,14 @@ void TestKit::confirm()
             dialog.acceptButton()->click();
         else if (answer == "reject")
             dialog.rejectButton()->click();
-        else
-            QTest::keyClick(QApplication::focusWidget() ? QApplication::focusWidget() : &dialog,
-                answer == "enter" ? Qt::Key_Return : Qt::Key_Escape);
+        else if (answer == "escape")
+            QTest::keyClick(&dialog, Qt::Key_Escape);
+        else {
+            // Also after the user has clicked into the text to read it.
+            HTextEdit* area = dialog.findChild<HTextEdit*>();
+            area->setFocus(Qt::MouseFocusReason);
+            QTest::keyClick(area, Qt::Key_Return);
+        }
     });
     QTEST(dialog.exec(), "result");
     // A short transaction is shown whole.
