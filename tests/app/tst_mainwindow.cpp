@@ -142,7 +142,10 @@ void TestMainWindow::unlistedActionsWarning()
     filterTo("^sv-tool");
     QVERIFY(!listedNames().contains("sv-docs"));
     QCOMPARE(warning->text(), "Unlisted Actions");
-    QVERIFY(warning->toolTip().startsWith("Some packages have actions specified"));
+    QCOMPARE(warning->toolTip(),
+        "Some packages have actions specified, but because of the current\nMode, Filter, Search, State, "
+        "Duplicates, and Groups settings,\nthese packages are not listed currently.\nPressing Apply will "
+        "cause these actions to occur nonetheless.");
     QCOMPARE(clear->geometry(), clearGeometry);
 
     filterTo("docs");

@@ -138,6 +138,7 @@ void TestLogWindow::shownLiterally()
     Log::Window window(list);
     show(window);
     // Ampersands are left alone on purpose: entities reach the display as characters.
+    QCOMPARE(Log::Window::escape("<a\tb c> &amp;"), "&lt;a&#x0009;b&#x0020;c&gt;&#x0020;&amp;");
     QCOMPARE(lines(window), literal + QStringList { QString::fromUtf8("x < y, Tom & Jerry ©") });
 }
 
