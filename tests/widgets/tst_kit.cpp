@@ -6,10 +6,8 @@
 #include "widgets/HTextEdit.h"
 #include "widgets/ScrollableConfirmDialog.h"
 #include "widgets/ScrollableErrorDialog.h"
-#include "widgets/TextDialog.h"
 
 #include <QApplication>
-#include <QDialogButtonBox>
 #include <QGridLayout>
 #include <QHelpEvent>
 #include <QLabel>
@@ -98,7 +96,6 @@ private Q_SLOTS:
     void confirm();
     void errorDialogFitsTheScreen_data();
     void errorDialogFitsTheScreen();
-    void textDialogGrowsForALongerText();
 };
 
 void TestKit::frameLabelDrawsNothingWithoutText()
@@ -353,33 +350,6 @@ void TestKit::errorDialogFitsTheScreen()
     QVERIFY(dialog.width() <= available.width() && dialog.height() <= available.height());
     QTEST(scrolled, "scrolls");
     QCOMPARE(area->horizontalScrollBar()->maximum(), 0);
-}
-
-void TestKit::textDialogGrowsForALongerText()
-{
-    TextDialog dialog;
-    dialog.setText("/usr/bin/foo\n/usr/share/doc/foo/README");
-    QSize small, large;
-    whenShown(&dialog, [&] {
-        small = dialog.size();
-        dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Close)->click();
-    });
-    dialog.exec();
-
-    // Reused for a long change log: it grows for it, and the old text is gone.
-    QString log;
-    for (int i = 300; i > 0; --i)
-        log += QString("* Mon Jan 01 2024 Some Packager <packager@example.org> - 1.0-%1\n- Rebuilt\n").arg(i);
-    dialog.setText(log);
-    QCOMPARE(dialog.text(), log);
-    QCOMPARE(dialog.findChildren<HTextEdit*>().size(), 1);
-    whenShown(&dialog, [&] {
-        large = dialog.size();
-        QTest::keyClick(&dialog, Qt::Key_Escape);
-    });
-    QCOMPARE(dialog.exec(), int(QDialog::Rejected));
-    QVERIFY(large.height() > small.height() && large.width() > small.width());
-    QVERIFY(large.height() <= dialog.screen()->availableGeometry().height());
 }
 
 QTEST_MAIN(TestKit)
