@@ -16,21 +16,14 @@ class FilterRules : public QObject
 private Q_SLOTS:
     void matching_data()
     {
+        // What the table's listing does not show already: extended syntax and bytes.
         columns<QString, QString, bool, bool>("pattern", "text", "compiles", "matches");
-        row("substring", "tool", "sv-tool", true, true);
-        row("case-sensitive", "Foo", "foo", true, false);
-        row("anchored start, inside", "^tool", "sv-tool", true, false);
-        row("joined by a blank", "bash 4", "bash 4.2.46-34 base x86_64", true, true);
-        row("two blanks do not match one", "bash  4", "bash 4.2.46-34", true, false);
-        // Extended syntax: literal characters in a basic expression.
-        row("alternation", "calc|writer", "sv-writer", true, true);
         row("interval", "a{2}", "cat", true, false);
-        row("group", "(ab)+c", "xababc", true, true);
+        row("interval met", "a{2}", "caat", true, true);
         row("character class", "[[:digit:]]+\\.[[:digit:]]-1", "sv-tool 1.2-1", true, true);
         row("escaped dot", "1\\.2", "1x2", true, false);
         row("non-ASCII", "für", "Arbeitsplatz für alle", true, true);
         // An expression that does not compile lets everything through.
-        row("lone parenthesis", "(", "anything", false, true);
         row("unbalanced brace", "a{1", "b", false, true);
     }
     void matching()
@@ -86,22 +79,18 @@ private Q_SLOTS:
     {
         columns<QVariant, QVariant, int>("left", "right", "order");
         row("int", QVariant(-3), QVariant(2), -1);
-        row("int equal", QVariant(7), QVariant(7), 0);
         row("unsigned", QVariant(4000000000u), QVariant(5u), 1);
-        row("64-bit", QVariant(qlonglong(1) << 40), QVariant(qlonglong(1) << 41), -1);
         row("unsigned 64-bit", QVariant::fromValue(~quint64(0)), QVariant::fromValue(quint64(1)), 1);
         row("double", QVariant(1.5), QVariant(1.25), 1);
         row("not a number", QVariant(std::nan("")), QVariant(1.0), 0);
         // Strings by code point: upper case before lower case.
         row("string by code point", QVariant("Zebra"), QVariant("apple"), -1);
-        row("string prefix", QVariant("sv-lib"), QVariant("sv-libfoo"), -1);
         row("date", QVariant(QDate(2024, 1, 2)), QVariant(QDate(2023, 12, 31)), 1);
         row("date-time", QVariant(QDateTime(QDate(2023, 1, 1), QTime(0, 0), Qt::UTC)),
             QVariant(QDateTime(QDate(2023, 1, 1), QTime(0, 0, 1), Qt::UTC)), -1);
         // The left value's type decides: "10" against 9 compares as strings.
         row("left string, right number", QVariant("10"), QVariant(9), -1);
         row("left number, right string", QVariant(10), QVariant("9"), 1);
-        row("other type as string", QVariant(QByteArray("b")), QVariant(QByteArray("a")), 1);
         row("invalid values", QVariant(), QVariant(), 0);
     }
     void comparing()
