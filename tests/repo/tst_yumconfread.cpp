@@ -135,22 +135,11 @@ private Q_SLOTS:
         QCOMPARE(conf.io.cachedir(), root.host("/cache" + real));
     }
 
-    void sectionsInMainFile()
-    {
-        Root root;
-        QVERIFY(root.put("/etc/yum.repos.d/a.repo", "[a]\n"));
-        Conf conf;
-        QVERIFY(readAll(
-            root, conf, "# top\n[main]\ngpgcheck=1\n\n  \nkeepcache=0\n\n[local]\nname=L\n[main]\nname=M\n"));
-        QCOMPARE(conf.io.mainText(), QStringLiteral("# top\n[main]\ngpgcheck=1\n\n  \nkeepcache=0\n\n"));
-        QCOMPARE(describe(conf.io.repos()), QStringLiteral("local@1 name=L; main@2 name=M; a@1"));
-        QCOMPARE(conf.io.repos().at(1).file, root.host("/etc/yum.conf"));
-        QCOMPARE(conf.io.repos().at(2).file, root.host("/etc/yum.repos.d/a.repo"));
-    }
-
     void readOrder()
     {
-        // reposdir order, then directory order; only regular "*.repo" files.
+        // The main file's text up to its first other section, then its
+        // sections, then reposdir order and directory order; only regular
+        // "*.repo" files.
         Root root;
         QVERIFY(root.put("/r1/one.repo", "[r1-one]\n"));
         QVERIFY(root.put("/r2/b.repo", "[r2-b1]\n[r2-b2]\n"));
@@ -162,14 +151,19 @@ private Q_SLOTS:
         QVERIFY(root.put("/etc/yum.repos.d/default.repo", "[not-in-reposdir]\n"));
         Conf conf;
         QSignalSpy changed(&conf.io, &YumConfIO::changed);
-        QVERIFY(readAll(root, conf, "[main]\nreposdir=/r2 /r1 /missing\n[m]\n"));
+        QVERIFY(readAll(root, conf,
+            "# top\n[main]\nreposdir=/r2 /r1 /missing\n\n  \nkeepcache=0\n\n[m]\nname=M\n[main]\n"));
         QCOMPARE(changed.count(), 1);
+        QCOMPARE(conf.io.mainText(),
+            QStringLiteral("# top\n[main]\nreposdir=/r2 /r1 /missing\n\n  \nkeepcache=0\n\n"));
         QStringList read;
         for (Repo::Entry const& entry : conf.io.repos())
-            read.append(entry.id + QLatin1Char(' ') + entry.file.mid(root.path().size()));
+            read.append(entry.id + QLatin1Char('@') + QString::number(entry.position) + QLatin1Char(' ')
+                + entry.file.mid(root.path().size()));
         QCOMPARE(read.join(QLatin1Char(',')),
-            QStringLiteral("m /etc/yum.conf,r2-hidden /r2/.hidden.repo,r2-a /r2/a.repo,r2-b1 /r2/b.repo,"
-                           "r2-b2 /r2/b.repo,r1-one /r1/one.repo"));
+            QStringLiteral(
+                "m@1 /etc/yum.conf,main@2 /etc/yum.conf,r2-hidden@1 /r2/.hidden.repo,r2-a@1 /r2/a.repo,"
+                "r2-b1@1 /r2/b.repo,r2-b2@2 /r2/b.repo,r1-one@1 /r1/one.repo"));
     }
 
     void sessionSeeding_data()
