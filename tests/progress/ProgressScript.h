@@ -16,7 +16,7 @@ using namespace Qt::StringLiterals;
 // signal, what each step emitted.  Steps (activities are single words):
 //   total A tail | item A share tail | activity A | acts size count | count n | act A tail n | endacts
 //   batch A from to threads tail | slot A slot max | slotvalue slot v | slotend slot | slotretry slot
-//   endbatch | value v | totalvalue v | reset | wait | hold
+//   endbatch | value v | totalvalue v | reset | wait | hold | bars
 // Records: "total A tail", "item A totalValue tail", "activity A", "count totalValue", "endacts totalValue",
 //   "value totalValue value", "totalvalue v", "reset", "slots state:name:value/max,..." or "slots -".
 // The value throttle opens once 9 ms have passed since its last restart.  Around each step that restarted
@@ -26,8 +26,11 @@ using namespace Qt::StringLiterals;
 class ProgressScript
 {
 public:
-    explicit ProgressScript(Progress::Object& model)
+    // With the bars, the step "bars" records what they show, as barState() does.
+    explicit ProgressScript(
+        Progress::Object& model, HProgressBar* total = nullptr, HProgressBar* item = nullptr)
         : model(model)
+        , bars { total, item }
     {
         using namespace Progress;
         auto add = [&](auto signal, auto record) { links << QObject::connect(&model, signal, record); };
@@ -54,6 +57,8 @@ public:
     {
         using namespace Progress;
         QStringList const words = step.split(u' ', Qt::SkipEmptyParts);
+        if (words.value(0) == u"bars" && bars[0] && bars[1])
+            return { barState(*bars[0]), barState(*bars[1]) };
         if (words.value(0) == u"wait") {
             while (sinceRestarted.isValid() && sinceRestarted.elapsed() <= 9)
                 QThread::msleep(1);
@@ -175,6 +180,7 @@ private:
     void rec(QString const& record) { records << record; }
 
     Progress::Object& model;
+    HProgressBar* bars[2];
     QStringList records;
     QElapsedTimer sinceRestart;
     QElapsedTimer sinceRestarted;

@@ -1,5 +1,5 @@
-// The GUI side of the progress model: the bars it moves, a model reporting
-// from a real work thread through queued signals, and the slots' tool-tip.
+// The GUI side of the progress model: a model reporting from a real work
+// thread through queued signals, and the download slots' tool-tip.
 #include "ProgressScript.h"
 #include "progress/ProgressMinion.h"
 #include "widgets/GeneralTip.h"
@@ -85,8 +85,6 @@ class TestProgressMinion : public QObject
 
 private Q_SLOTS:
     void cleanup();
-    void bars_data();
-    void bars();
     void workThreadReportsThroughTheQueue();
     void tip_data();
     void tip();
@@ -97,49 +95,6 @@ void TestProgressMinion::cleanup()
 {
     GeneralTip::hideTip();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-}
-
-void TestProgressMinion::bars_data()
-{
-    QTest::addColumn<QString>("steps");
-    QTest::addColumn<QString>("totalBar");
-    QTest::addColumn<QString>("itemBar");
-
-    auto bars = [](char const* name, QString const& steps, QString const& total, QString const& item) {
-        QTest::newRow(name) << steps << total << item;
-    };
-    bars("a new total empties the item bar", "total T 1000; item A 10 1; total Collecting 24000",
-        "[Collecting] 0 0..24000 on", empty);
-    bars("the next item moves the total bar", "total T 1000; item A 300 10; item B 200 4",
-        "[T] 300 0..1000 on", "[B] 0 0..4 on");
-    bars("an item value moves both bars", "total T 1000; item A 100 100; item B 900 90; wait; value 45",
-        "[T] 550 0..1000 on", "[B] 45 0..90 on");
-    bars("a late count moves the total bar", "total T 1000; item P 100 1; acts 600 3; act A 10 1; count 6",
-        "[T] 200 0..1000 on", "[A] 0 0..10 on");
-    bars("the end of the acts moves the total bar",
-        "total T 1000; item P 100 1; acts 600 3; act A 10 1; endacts", "[T] 700 0..1000 on",
-        "[A] 0 0..10 on");
-    bars("a total value", "total T 1000; item A 10 1; wait; totalvalue 640", "[T] 640 0..1000 on",
-        "[A] 0 0..1 on");
-    bars("reset empties both bars", "total T 1000; item A 10 5; wait; value 3; reset", empty, empty);
-    // Counted in bytes, a batch of 6 GB would overflow the bar's int range.
-    bars("an item past the bar's range keeps its proportions",
-        "total T 1000; item A 1000 6000000000; wait; value 3000000000", "[T] 500 0..1000 on",
-        "[A] 750000000 0..1500000000 on");
-}
-
-void TestProgressMinion::bars()
-{
-    QFETCH(QString, steps);
-    HProgressBar total, item;
-    dirty(total);
-    dirty(item);
-    Progress::Object model(&total, &item);
-    ProgressScript script(model);
-    for (QString const& step : steps.split(u';'))
-        QVERIFY2(!script.perform(step).value(0).startsWith(u"bad step"), qPrintable(step));
-    QTEST(ProgressScript::barState(total), "totalBar");
-    QTEST(ProgressScript::barState(item), "itemBar");
 }
 
 void TestProgressMinion::workThreadReportsThroughTheQueue()

@@ -1,5 +1,5 @@
 // The progress model's arithmetic and throttles on the GUI thread, observed
-// through the signals it emits.
+// through the signals it emits and the bars its minion moves.
 #include "ProgressScript.h"
 
 #include <QMetaType>
@@ -36,19 +36,22 @@ void TestProgressModel::script_data()
     // Shares, and the linear map of an item's own unit into its share.
     QTest::newRow("items claim consecutive shares; a value past the tail is clamped")
         << "total T 1000 -> total T 1000; item A 300 10 -> item A 0 10; wait; value 5 -> value 150 5;"
-           "item B 200 4 -> item B 300 4; wait; value 1 -> value 350 1; wait; value 9 -> value 500 4";
+           "item B 200 4 -> item B 300 4; bars -> [T] 300 0..1000 on | [B] 0 0..4 on; wait;"
+           "value 1 -> value 350 1; bars -> [T] 350 0..1000 on | [B] 1 0..4 on; wait; value 9 -> value 500 4";
     QTest::newRow("a new total keeps the item chain, reset restarts it")
         << "total T 100 -> total T 100; item A 30 10 -> item A 0 10; total U 200 -> total U 200;"
-           "item B 10 1 -> item B 30 1; reset -> slots - | reset; total V 50 -> total V 50;"
-           "item C 10 1 -> item C 0 1";
+           "bars -> [U] 0 0..200 on | [] -1 0..10 off; item B 10 1 -> item B 30 1; reset -> slots - | reset;"
+           "bars -> [] -1 0..1 off | [] -1 0..1 off; total V 50 -> total V 50; item C 10 1 -> item C 0 1";
     QTest::newRow("an item of length 0 maps to its end")
         << "total T 100 -> total T 100; item A 40 0 -> item A 0 0; wait; value 7 -> value 40 0";
     QTest::newRow("a 5 GB item in a 24000 share")
         << "total T 30000 -> total T 30000; item A 24000 5000000000 -> item A 0 5000000000; wait;"
-           "value 4000000000 -> value 19200 4000000000";
+           "value 4000000000 -> value 19200 4000000000;"
+           // Past the bars' int range both keep their proportions.
+           "bars -> [T] 19200 0..30000 on | [A] 1000000000 0..1250000000 on";
     QTest::newRow("a share beyond 32 bits, truncated")
         << "total T 10000000000 -> total T 10000000000; item A 3000000000 7 -> item A 0 7; wait;"
-           "value 5 -> value 2142857142 5";
+           "value 5 -> value 2142857142 5; bars -> [T] 267857142 0..1250000000 on | [A] 5 0..7 on";
 
     // Runs of acts.
     QTest::newRow("acts split their block equally")
@@ -58,8 +61,9 @@ void TestProgressModel::script_data()
            "endacts -> endacts 14100; item Next 900 9 -> item Next 14100 9";
     QTest::newRow("acts counted late")
         << "total T 10000 -> total T 10000; item P 100 1 -> item P 0 1; acts 9900 10;"
-           "act D 1 3 -> item D 100 1; count 30 -> count 1090; act E 1 6 -> item E 1090 1; wait;"
-           "value 1 -> value 2080 1; endacts -> endacts 10000";
+           "act D 1 3 -> item D 100 1; count 30 -> count 1090; bars -> [T] 1090 0..10000 on | [D] 0 0..1 on;"
+           "act E 1 6 -> item E 1090 1; wait; value 1 -> value 2080 1; endacts -> endacts 10000;"
+           "bars -> [T] 10000 0..10000 on | [E] 1 0..1 on";
     QTest::newRow("a count of 0 puts every act at the end of the block")
         << "total T 1000 -> total T 1000; item P 100 1 -> item P 0 1; acts 500 4; act A 1 2 -> item A 100 1;"
            "count 0 -> count 600; act B 1 3 -> item B 600 1; wait; value 1 -> value 600 1;"
@@ -102,7 +106,8 @@ void TestProgressModel::script_data()
         << "total T 100 -> total T 100; item A 60 10 -> item A 0 10; value 10; item B 40 1 -> item B 60 1";
     QTest::newRow("reaching the total's end, clamped, is shown at once, once")
         << "total T 1000 -> total T 1000; item A 10 1 -> item A 0 1; wait; totalvalue 300 -> totalvalue 300;"
-           "totalvalue 1500 -> totalvalue 1000; totalvalue 1000; totalvalue 5000";
+           "bars -> [T] 300 0..1000 on | [A] 0 0..1 on; totalvalue 1500 -> totalvalue 1000; totalvalue 1000; "
+           "totalvalue 5000";
     QTest::newRow("a suppressed total value changes nothing")
         << "total T 1000 -> total T 1000; item A 10 1 -> item A 0 1; wait;"
            "totalvalue 1000 -> totalvalue 1000; totalvalue 400; totalvalue 1000";
@@ -125,7 +130,7 @@ void TestProgressModel::script()
     for (int attempt = 0; attempt < 100; ++attempt) {
         HProgressBar total, item;
         Progress::Object model(&total, &item);
-        QString const fault = ProgressScript(model).check(lines);
+        QString const fault = ProgressScript(model, &total, &item).check(lines);
         if (fault != "inconclusive") {
             QVERIFY2(fault.isEmpty(), qPrintable(fault));
             return;
