@@ -378,6 +378,9 @@ private Q_SLOTS:
         QTEST(session.item.activity(), "activity");
         QCOMPARE(session.item.maximum(), int(size));
         QCOMPARE(session.total.value(), 300);
+        passThrottle();
+        session.applyGrabMeterUpdate(meter(0), size / 2);
+        QCOMPARE(session.item.value(), int(size / 2));
         QCOMPARE(session.itemEnd(), 300 + share);
         QVERIFY(session.errors.isEmpty());
     }

@@ -74,6 +74,7 @@ private Q_SLOTS:
             QStringList({ "Cannot open /x:", "[Errno 2] No such file" }));
         row("two prefixes", "a: [Errno 13] b: [Errno 2] c",
             QStringList({ "a:", "[Errno 13] b:", "[Errno 2] c" }));
+        row("errno without digits", "a: [Errno ] b", QStringList({ "a:", "[Errno ] b" }));
         row("no blank after colon", "a:[Errno 2] b", QStringList({ "a:[Errno 2] b" }));
         row("lower case", "a: [errno 2] b", QStringList({ "a: [errno 2] b" }));
     }
