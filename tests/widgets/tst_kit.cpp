@@ -89,7 +89,6 @@ private Q_SLOTS:
     void menuShowsToolTips();
     void tipGoesAway_data();
     void tipGoesAway();
-    void tipIsOneAtATimeAndOnTheScreen();
     void liveTipFollowsItsSource();
     void dialogShowingAndHiding();
     void confirm_data();
@@ -200,44 +199,28 @@ void TestKit::tipGoesAway()
     GeneralTip::hideTip();
 }
 
-void TestKit::tipIsOneAtATimeAndOnTheScreen()
-{
-    QWidget widget;
-    widget.show();
-    Source first, second;
-    second.text = "Complete";
-    QRect const screen = widget.screen()->availableGeometry();
-    GeneralTip::showTip(screen.center(), build, &first, &widget, false);
-    QPointer<GeneralTip> const old = GeneralTip::current();
-    QVERIFY(old && old->isVisible());
-    QVERIFY(old->width() >= old->layout()->sizeHint().width());
-
-    // Near the corner it stays on the screen, and never covers the pointer.
-    QPoint const corner = screen.bottomRight() - QPoint(3, 3);
-    GeneralTip::showTip(corner, build, &second, &widget, false);
-    QVERIFY(GeneralTip::current() != old);
-    QTRY_VERIFY(old.isNull());
-    QCOMPARE(labels(GeneralTip::current()), QStringList({ "foo-1.0-1.noarch.rpm", "Complete" }));
-    QRect const frame = GeneralTip::current()->frameGeometry();
-    QVERIFY(screen.contains(frame));
-    QVERIFY(frame.bottom() < corner.y());
-    GeneralTip::hideTip();
-}
-
 void TestKit::liveTipFollowsItsSource()
 {
     QWidget widget;
     widget.show();
     Source live, still;
-    GeneralTip::showTip(QPoint(5, 5), build, &live, &widget, true);
-    GeneralTip* tip = GeneralTip::current();
+    QRect const screen = widget.screen()->availableGeometry();
+    GeneralTip::showTip(screen.center(), build, &live, &widget, true);
+    QPointer<GeneralTip> const tip = GeneralTip::current();
     live.text = "512 / 1024";
     QTRY_VERIFY_WITH_TIMEOUT(live.builds >= 2, 5 * GeneralTip::refreshInterval);
     QCOMPARE(GeneralTip::current(), tip);
     // The old content is replaced, not piled up.
     QCOMPARE(labels(tip), QStringList({ "foo-1.0-1.noarch.rpm", "512 / 1024" }));
+    QVERIFY(tip->width() >= tip->layout()->sizeHint().width());
 
-    GeneralTip::showTip(QPoint(5, 5), build, &still, &widget, false);
+    // One tip at a time.  Near the corner it stays on the screen and never
+    // covers the pointer; one that is not live is built once.
+    QPoint const corner = screen.bottomRight() - QPoint(3, 3);
+    GeneralTip::showTip(corner, build, &still, &widget, false);
+    QTRY_VERIFY(tip.isNull());
+    QRect const frame = GeneralTip::current()->frameGeometry();
+    QVERIFY(screen.contains(frame) && frame.bottom() < corner.y());
     QTest::qWait(3 * GeneralTip::refreshInterval);
     QCOMPARE(still.builds, 1);
     GeneralTip::hideTip();
