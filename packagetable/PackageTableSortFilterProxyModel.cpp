@@ -69,7 +69,7 @@ void SortFilterProxyModel::decideAll()
 {
     // Every entry in one go, before the rows are rebuilt in row order: in
     // Search mode reading the texts is the long part, and their order matters.
-    if (model && filter && cache.size() != model->rowCount()) {
+    if (model && filter && cache.decided != model->rowCount()) {
         for (int row : decidingOrder())
             filterAcceptsRow(row, QModelIndex());
     }

@@ -128,7 +128,6 @@ private:
             byRow.clear();
             decided = 0;
         }
-        qsizetype size() const { return decided; }
     };
     mutable Verdicts cache;
     PosixRegExp regex;
