@@ -34,7 +34,8 @@ class NamesTest(RootTestCase):
         # is checked through the program's own session).
         y = self.session()
         self.assertEqual({r: repo.enabled for r, repo in y.repos.repos.items()}, {
-            "sv-base": 1, "sv-buffet": 0, "sv-extras": 0, "sv-http": 0, "sv-mirrored": 1,
+            "sv-base": 1, "sv-buffet": 0, "sv-extras": 0, "sv-faults": 0, "sv-http": 0, "sv-mirrored": 1,
+            "sv-signed": 0,
             "sv-unreachable": 0, "sv-updates": 1})
         self.collect(y)
         # releasever from sv-release's system-release(releasever) = 1, in the managed root.
