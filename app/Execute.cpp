@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QMessageBox>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <sys/wait.h>
@@ -32,6 +33,10 @@ void Execute::execute(QWidget* parent, char* const* argv)
         }
         if (grandchild > 0)
             ::_exit(0);
+        // The viewer gets the signals the program keeps for itself.
+        sigset_t none;
+        sigemptyset(&none);
+        ::sigprocmask(SIG_SETMASK, &none, nullptr);
         ::execv(argv[0], argv);
         int const error = errno;
         std::fprintf(stderr, "execv(\"%s\", ...) failed; errno = %u (%s)\n", argv[0], unsigned(error),

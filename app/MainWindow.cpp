@@ -16,6 +16,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
+#include <QCloseEvent>
 #include <QComboBox>
 #include <QHBoxLayout>
 #include <QKeySequence>
@@ -39,6 +40,8 @@ MainWindow::MainWindow()
     , initialized(false)
     , sessionStarted(false)
     , busyCursor(false)
+    , quitPending(false)
+    , quitting(false)
     , logWindow(nullptr)
 {
     setObjectName(QStringLiteral("MainWindow"));
@@ -58,7 +61,7 @@ void MainWindow::createMenuBar()
 {
     programMenu = new HMenu(tr("&Program"), this);
     programMenu->setObjectName(QStringLiteral("programMenu"));
-    quitAction = programMenu->addAction(tr("&Quit"), this, &MainWindow::quit);
+    quitAction = programMenu->addAction(tr("&Quit"), this, [this] { requestQuit(true); });
     quitAction->setShortcut(QKeySequence(tr("Ctrl+Q")));
     menuBar()->addMenu(programMenu);
 
@@ -142,8 +145,8 @@ void MainWindow::createMainArea()
         view, qOverload<int, int>(&PackageTable::View::currentChanged), this, &MainWindow::currentChanged);
     connect(view, &PackageTable::View::stateChanged, this, &MainWindow::stateChanged);
 
-    // The button row.  Describe and Apply wait for the package description
-    // and the transaction to exist; until then they are never shown.
+    // The button row.  Describe waits for the package description to exist;
+    // until then it is never shown.
     QHBoxLayout* buttons = new QHBoxLayout;
     describeButton = new QPushButton(tr("&Describe"), mainPanel);
     describeButton->setObjectName(QStringLiteral("describeButton"));
@@ -205,7 +208,7 @@ void MainWindow::createMainArea()
     applyButton->setObjectName(QStringLiteral("applyButton"));
     applyButton->setEnabled(false);
     applyButton->setToolTip(tr("Applies the specified Actions (Updates, Installs, and Removals)"));
-    applyButton->setVisible(false);
+    connect(applyButton, &QPushButton::clicked, this, &MainWindow::apply);
     buttons->addWidget(applyButton);
     panelLayout->addLayout(buttons);
     warnConfigure();
@@ -338,17 +341,80 @@ void MainWindow::setReady(bool ready)
     busyCursor = !ready;
     // Paint the change before a long operation starts.
     QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    // A quit asked for meanwhile happens once the command's stack has unwound.
+    if (ready && quitPending && !quitting)
+        QTimer::singleShot(0, this, [this] { requestQuit(false); });
 }
 
-void MainWindow::recollect()
+namespace
 {
+
+// What identifies an entry across two collections.
+struct Mark {
+    Package::Kind kind;
+    Package::State state;
+    QString name, arch, verRel, repo;
+    Package::Action action;
+    bool matches(Package::Entry const& e) const
+    {
+        return e.kind == kind && e.state == state && e.name == name && e.arch == arch && e.verRel == verRel
+            && e.repo == repo;
+    }
+};
+
+} // namespace
+
+void MainWindow::recollect(bool keepMarks)
+{
+    QList<Mark> marks;
+    if (keepMarks)
+        for (Package::Entry const* e : *session)
+            if (e->action != Package::NoAction)
+                marks.append(Mark { e->kind, e->state, e->name, e->arch, e->verRel, e->repo, e->action });
     session->clear();
     session->collect(repoEnable);
+    if (!marks.isEmpty()) {
+        for (Package::Entry* e : *session) {
+            for (Mark const& mark : std::as_const(marks)) {
+                if (mark.matches(*e)) {
+                    e->action = mark.action;
+                    break;
+                }
+            }
+        }
+    }
     model->reset();
+}
+
+int MainWindow::markedCount() const
+{
+    int count = 0;
+    if (session)
+        for (Package::Entry const* e : *session)
+            if (e->action != Package::NoAction)
+                ++count;
+    return count;
+}
+
+bool MainWindow::discardMarks(QString const& question, QString const& button)
+{
+    int const count = markedCount();
+    if (count == 0)
+        return true;
+    QMessageBox box(QMessageBox::Question, tr("SORVAN"),
+        question + QLatin1Char('\n') + tr("%n marked action(s) will be lost.", nullptr, count),
+        QMessageBox::NoButton, this);
+    QPushButton* go = box.addButton(button, QMessageBox::DestructiveRole);
+    QPushButton* keep = box.addButton(QMessageBox::Cancel);
+    box.setDefaultButton(keep);
+    box.exec();
+    return box.clickedButton() == go;
 }
 
 void MainWindow::refresh()
 {
+    if (!discardMarks(tr("Refresh the package list?"), tr("Re&fresh")))
+        return;
     setReady(false);
     // Files edited by hand since the last look count too.
     if (yumConfIO)
@@ -364,8 +430,48 @@ void MainWindow::resize()
     view->resizeColumnsToContents();
 }
 
+void MainWindow::requestQuit(bool ask)
+{
+    if (quitting)
+        return;
+    if (session && session->isBusy()) {
+        if (!quitPending) {
+            quitPending = true;
+            QString const text = tr("SORVAN will quit as soon as the running operation has finished.\nA "
+                                    "transaction that has started is never interrupted.");
+            session->log(Log::Warning, 0, text);
+            auto* notice
+                = new QMessageBox(QMessageBox::Information, tr("SORVAN"), text, QMessageBox::Ok, this);
+            notice->setAttribute(Qt::WA_DeleteOnClose);
+            notice->setWindowModality(Qt::NonModal);
+            notice->show();
+        }
+        return;
+    }
+    if (ask && !discardMarks(tr("Quit SORVAN?"), tr("&Quit")))
+        return;
+    quit();
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    if (quitting) {
+        event->accept();
+        return;
+    }
+    // quit() closes the window itself once nothing runs any more.
+    event->ignore();
+    requestQuit(true);
+}
+
 void MainWindow::quit()
 {
+    if (session && session->isBusy()) {
+        requestQuit(false);
+        return;
+    }
+    quitting = true;
+    quitPending = false;
     if (session)
         session->clearEntriesBeforeQuit();
     if (logWindow && logWindow->isVisible())
@@ -565,4 +671,21 @@ void MainWindow::clearActions()
     model->clearActions();
     warnUnlistedActions();
     stateChanged(-1);
+}
+
+void MainWindow::apply()
+{
+    if (!session || session->isBusy())
+        return;
+    setReady(false);
+    bool const done = session->apply();
+    bool const failed = session->lastApplyFailed();
+    // What ran (or failed half way) may have changed the system: the table
+    // shows it as it is now.  After a failure the actions that still make
+    // sense stay marked, so that one fix and another Apply will do.
+    if (done || failed)
+        recollect(failed && !done);
+    warnUnlistedActions();
+    stateChanged(-1);
+    setReady(true);
 }

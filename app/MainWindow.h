@@ -11,6 +11,7 @@
 #include <functional>
 
 class QAction;
+class QCloseEvent;
 class QCheckBox;
 class QComboBox;
 class QLineEdit;
@@ -85,18 +86,32 @@ public Q_SLOTS:
     void setSelected();
     void setUpdateListed();
     void clearActions();
+    void apply();
+    // Quits once nothing runs: at once when idle (asking first when actions
+    // are marked and `ask` is set), else when the running operation ends.
+    // A transaction is never interrupted.
+    void requestQuit(bool ask = true);
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
 
 private:
     void createMenuBar();
     void createMainArea();
     void setReady(bool ready);
-    void recollect();
+    // Collects the packages anew.  With `keepMarks`, entries that are still
+    // there unchanged keep their actions.
+    void recollect(bool keepMarks = false);
     void prepareFilterSearch();
     void anyFilterChanged();
     void changeFilter(std::function<void()> const& change);
     void warnConfigure();
     void warnUnlistedActions();
     bool searchMode() const;
+    // The number of entries with an action.
+    int markedCount() const;
+    // Asks whether to go on although the marked actions will be lost.
+    bool discardMarks(QString const& question, QString const& button);
 
     YumIO* session;
     YumConfIO* yumConfIO;
@@ -104,6 +119,9 @@ private:
     // The interpreter and the script run: extra data can be loaded.
     bool sessionStarted;
     bool busyCursor;
+    // A quit waits for the running operation; quitting is under way.
+    bool quitPending;
+    bool quitting;
 
     HMenu* programMenu;
     QAction* quitAction;

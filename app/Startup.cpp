@@ -7,9 +7,14 @@
 
 #include <QApplication>
 #include <QIcon>
+#include <QSocketNotifier>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <getopt.h>
+#include <pthread.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
 
 char const* program = "sorvan";
 QApplication* application = nullptr;
@@ -37,6 +42,23 @@ int matchKeyword(char const* argument, std::initializer_list<char const*> keywor
         ++index;
     }
     return -1;
+}
+
+// SIGINT, SIGTERM, SIGHUP and SIGQUIT ask the window to quit like its close
+// button does: once no operation runs, so that a transaction is never cut.
+// They are blocked in every thread (the mask is set before any thread starts
+// and threads inherit it) and read from a descriptor on the GUI thread; rpm,
+// which ends the process on such a signal between two packages, never sees
+// them.
+int quitSignals()
+{
+    sigset_t set;
+    sigemptyset(&set);
+    for (int signal : { SIGINT, SIGTERM, SIGHUP, SIGQUIT })
+        sigaddset(&set, signal);
+    if (pthread_sigmask(SIG_BLOCK, &set, nullptr) != 0)
+        return -1;
+    return ::signalfd(-1, &set, SFD_NONBLOCK | SFD_CLOEXEC);
 }
 
 int failUsage()
@@ -159,6 +181,7 @@ int Startup::parseCommandLine(int argc, char** argv, MainWindow& window)
 
 int Startup::run(int argc, char** argv)
 {
+    int const signals = quitSignals();
     DefaultStyle defaultStyle(argc, argv);
     // The application removes the toolkit's own options (-style, -display,
     // ...) before the program parses the rest.
@@ -179,6 +202,14 @@ int Startup::run(int argc, char** argv)
     int const status = parseCommandLine(argc, argv, *mainWindow);
     if (status >= 0)
         return status;
+    if (signals >= 0) {
+        auto* notifier = new QSocketNotifier(signals, QSocketNotifier::Read, mainWindow);
+        QObject::connect(notifier, &QSocketNotifier::activated, mainWindow, [signals] {
+            signalfd_siginfo info;
+            while (::read(signals, &info, sizeof info) == ssize_t(sizeof info))
+                mainWindow->requestQuit(false);
+        });
+    }
     mainWindow->show();
     return app.exec();
 }

@@ -82,6 +82,14 @@ struct Entry {
     // installed versions of an install-only package.
     Entry* next = nullptr;
 
+    // Used only while an apply runs.  The action that will really be applied
+    // (a marked group may change a member's), the entry whose marking
+    // produced it, and, on further instances, that the instance was dealt
+    // with.
+    Action effectiveAction = NoAction;
+    Entry const* actionSource = nullptr;
+    bool handled = false;
+
     // Number of entries in the chain behind this one.
     int instances() const;
 };

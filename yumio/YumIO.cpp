@@ -448,8 +448,7 @@ QString trimmed(QString text)
 
 } // namespace
 
-template <typename Ask>
-auto YumIO::askRelay(Ask ask)
+int YumIO::askRelay(std::function<int(YumIODialogs*)> const& ask)
 {
     // A relay serves only the thread it lives on.  Before setup(), or on a
     // thread whose operation installed none, a relay is made for the one
@@ -693,7 +692,7 @@ void YumIO::logScript(Log::Kind kind, long level, char const* text)
 
 // --- work threads ---------------------------------------------------------------------
 
-void YumIO::execWorkThread(QEventLoop& loop, QThread& thread)
+void YumIO::execWorkThread(QEventLoop& loop, YumIOThread& thread)
 {
     busy = true;
     blocker.prepare();
@@ -710,6 +709,12 @@ void YumIO::execWorkThread(QEventLoop& loop, QThread& thread)
         pthread_sigmask(SIG_BLOCK, &chld, &old);
         QTimer::singleShot(0, this, &YumIO::blockerRelease);
         loop.exec(QEventLoop::AllEvents);
+        // The loop also ends early when the application quits (its last
+        // window closed).  The worker may still need this thread, for a
+        // question or to end an output capture, so events go on until it is
+        // done: waiting for it here would wait forever.
+        while (!thread.done())
+            QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
         thread.wait();
         loop.processEvents(QEventLoop::ExcludeUserInputEvents);
         {

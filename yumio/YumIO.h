@@ -13,6 +13,8 @@
 #include <QString>
 #include <QStringList>
 #include <atomic>
+#include <csignal>
+#include <functional>
 
 class HProgressBar;
 class QEventLoop;
@@ -20,6 +22,9 @@ class QThread;
 class QWidget;
 class YumIOCapturers;
 class YumIODialogs;
+class YumIOThread;
+template <typename K, typename V>
+class QMultiHash;
 
 namespace Progress
 {
@@ -107,6 +112,21 @@ public:
     bool otherDataLoaded() const { return otherDataFlag; }
     // True while a long operation runs on a worker.
     bool isBusy() const { return busy; }
+
+    // --- applying ------------------------------------------------------------
+
+    // Applies the marked actions (and those of marked groups' members) on a
+    // worker: resolution, the listing and its confirmation, downloads and the
+    // RPM transaction.  True once a confirmed transaction ran.  Refused with
+    // a message, before anything is resolved, without root.
+    bool apply();
+    // The last apply reached the engine and failed: what the engine did may
+    // have changed the system, so the packages need collecting again.
+    bool lastApplyFailed() const { return applyFailed; }
+    // "update", "install", "remove": an action as the messages name it.
+    static QString actionName(Package::Action action);
+    // [epoch:]name-version-release.arch into its name and architecture.
+    static bool parseEnvra(QString const& envra, QString& name, QString& arch);
 
     // --- the entries, for the table (GUI thread) ---------------------------
 
@@ -227,6 +247,7 @@ private:
     friend class ClearEntriesThread;
     friend class CollectFileListsThread;
     friend class CollectOtherDataThread;
+    friend class ApplyThread;
     friend struct YumIOC;
 
     // What the meters need.
@@ -249,7 +270,7 @@ private:
     void pythonExceptionFrom(qsizetype start, QString const& text);
 
     // --- work threads --------------------------------------------------------
-    void execWorkThread(QEventLoop& loop, QThread& thread);
+    void execWorkThread(QEventLoop& loop, YumIOThread& thread);
     bool collectReal(QHash<QString, bool> const& enables);
     void clearEntriesReal();
     bool collectFileListsReal();
@@ -260,6 +281,56 @@ private:
     bool takeLock();
     // Closes the expectation scope and the progress display of a failed step.
     bool collectFailed();
+
+    // --- applying (work thread, interpreter lock held) ------------------------
+    bool applyReal();
+    bool applyGroups();
+    // The package names of a group, from the script's requiredPkgs or pkgTree.
+    QStringList groupMembers(Package::Entry const& group, char const* method);
+    bool applyGrpInstall(Package::Entry const& group, QMultiHash<QString, Package::Entry*> const& byName);
+    bool applyGrpUpdate(Package::Entry const& group, QMultiHash<QString, Package::Entry*> const& byName);
+    bool applyGrpRemove(Package::Entry const& group, QMultiHash<QString, Package::Entry*> const& byName);
+    // Gives a member the group's action, asking when it already has another;
+    // false when the user chose to stop.
+    bool applyGrpMark(Package::Entry const& group, Package::Entry& member, Package::Action wanted);
+    bool applyGrpConflict(Package::Entry const& group, Package::Entry& member, Package::Action wanted);
+    void applyGrpLog(Package::Entry const& group, Package::Entry const& member, Package::Action action);
+    void applyGrpLogWas(Package::Entry const& group, Package::Entry const& member, Package::Action action);
+    void applyGrpLogNot(
+        Package::Entry const& group, QString const& member, Package::Action action, QString const& reason);
+    Package::Entry* findPackage(QString const& name);
+
+    // What resolution added, from the script's "TSINFO: " lines.
+    void dsTsInfo(QString const& text);
+    Package::Entry* dsTsFindPkg(QString const& envra);
+    void dsTsNewPkg(QString const& envra, Package::Entry* entry, unsigned weight, bool checkHeader);
+    void dsTsCheck();
+    void dsRestartLoop();
+    QString getLocalHdr(PyObject* object);
+    QString getLocalPkg(PyObject* object);
+
+    // The listing, the confirmation and the running transaction.
+    QString pkgtupFormat(PyObject* pkgtup);
+    QString pkgtupRepoFormat(PyObject* pkgtup, QString const& repoid);
+    PyObject* findRelation(PyObject* relations, QString const& name);
+    bool makeLists(PyObject* transaction, PyObject* lists[7]);
+    bool displayTransactionPkgs(QString& text, QString const& label, PyObject* members, bool repo);
+    bool displayTransactionPkgsObs(QString& text, QString const& label, PyObject* members);
+    void noteTransactionPkgs(PyObject* members, bool fetched);
+    void listTransaction(PyObject* transaction);
+    void reportDownloadSize(PyObject* packages);
+    bool userconfirm();
+    bool gpgsigcheck(QString const& package, QString const& repo, QString const& userId, QString const& keyId,
+        QString const& urls);
+    void tsInitCallback(long elements);
+    void tsCallback(long what, quint64 amount, quint64 total, bool test);
+    void tsEvent(QString const& name, long code, quint64 done, quint64 total, long current, long count);
+    void postTransactionOutput(PyObject* transaction);
+    long rpmConstant(char const* name);
+
+    bool reapChildren();
+    void sigchldDisable();
+    void sigchldRestore();
 
     // --- collection steps (interpreter lock held) ----------------------------
     void useRepos(PyObject* repoStore, QHash<QString, bool> const& enables);
@@ -341,8 +412,7 @@ private:
     // The script's log() and errorlog().
     void logScript(Log::Kind kind, long level, char const* text);
     // A relay of the calling thread: the session's, or a temporary one.
-    template <typename Ask>
-    auto askRelay(Ask ask);
+    int askRelay(std::function<int(YumIODialogs*)> const& ask);
 
     // yumIOC: registered once per process before the interpreter starts; its
     // functions call the target session.
@@ -414,6 +484,26 @@ private:
     QString transactionOutput;
 
     QHash<QString, QString> biArchs;
+
+    // Apply
+    bool applyFailed = false;
+    QString transactionText;
+    bool listed = false;
+    bool asked = false;
+    quint32 dsTsWeight = 0;
+    quint32 dsTsHeaders = 0;
+    quint32 dsTsStep = 0;
+    quint32 dsTsActs = 0;
+    quint64 tsBytesTotal = 0;
+    quint64 tsBytesDownload = 0;
+    quint32 tsElements = 0;
+    quint32 tsActs = 0;
+    quint32 tsLastCode = 0;
+    bool tsActsReady = false;
+    QString tsLastName;
+    QSet<Package::Entry const*> manuallyResolved;
+    struct sigaction savedSigchld = {};
+    bool savedSigchldValid = false;
 };
 
 size_t qHash(YumIO::EntryKey const& key, size_t seed = 0);

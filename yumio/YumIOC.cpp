@@ -6,6 +6,7 @@
 #include "yumio/YumIO.h"
 
 #include <QMutex>
+#include <cstring>
 
 struct YumIOC {
     static inline YumIO* target = nullptr;
@@ -86,6 +87,9 @@ struct YumIOC {
         if (!PyArg_ParseTuple(args, "ls", &level, &text))
             return nullptr;
         io->logScript(kind, level, text);
+        // What resolution added drives the dependency progress.
+        if (kind == Log::Info && std::strncmp(text, "TSINFO: ", 8) == 0)
+            io->dsTsInfo(QString::fromUtf8(text + 8));
         return none();
     }
 
@@ -212,6 +216,104 @@ struct YumIOC {
         return none();
     }
 
+    // --- dependency resolution, confirmation, the RPM transaction --------------
+
+    template <void (YumIO::*handler)()>
+    static PyObject* noArguments(PyObject*, PyObject*)
+    {
+        if (YumIO* io = session())
+            (io->*handler)();
+        return none();
+    }
+
+    // (object): "O", for the listing, the download size and the results.
+    template <void (YumIO::*handler)(PyObject*)>
+    static PyObject* oneObject(PyObject*, PyObject* args)
+    {
+        YumIO* io = session();
+        PyObject* object = nullptr;
+        if (!io)
+            return none();
+        if (!PyArg_ParseTuple(args, "O", &object))
+            return nullptr;
+        (io->*handler)(object);
+        return none();
+    }
+
+    // The answer, as a Python integer: 1 to go on, 0 not to.
+    static PyObject* userconfirm(PyObject*, PyObject*)
+    {
+        YumIO* io = session();
+        return PyLong_FromLong(io && io->userconfirm() ? 1 : 0);
+    }
+
+    // (package, repository, key user id, key id, key URLs): "sssss"; the
+    // answer as a Python integer.
+    static PyObject* gpgsigcheck(PyObject*, PyObject* args)
+    {
+        YumIO* io = session();
+        char const *package, *repo, *userId, *keyId, *urls;
+        if (!PyArg_ParseTuple(args, "sssss", &package, &repo, &userId, &keyId, &urls))
+            return nullptr;
+        bool const yes = io
+            && io->gpgsigcheck(QString::fromUtf8(package), QString::fromUtf8(repo), QString::fromUtf8(userId),
+                QString::fromUtf8(keyId), QString::fromUtf8(urls));
+        return PyLong_FromLong(yes ? 1 : 0);
+    }
+
+    // (elements): "l".
+    static PyObject* tsInitCallback(PyObject*, PyObject* args)
+    {
+        YumIO* io = session();
+        long elements = 0;
+        if (!io)
+            return none();
+        if (!PyArg_ParseTuple(args, "l", &elements))
+            return nullptr;
+        io->tsInitCallback(elements);
+        return none();
+    }
+
+    // rpm's own callback (what, amount, total, package, test run): "lLLOO".
+    static PyObject* tsCallback(PyObject*, PyObject* args)
+    {
+        YumIO* io = session();
+        long what = 0;
+        long long amount = 0;
+        long long total = 0;
+        PyObject* key = nullptr;
+        PyObject* test = nullptr;
+        if (!io)
+            return none();
+        if (!PyArg_ParseTuple(args, "lLLOO", &what, &amount, &total, &key, &test))
+            return nullptr;
+        io->tsCallback(
+            what, quint64(qMax(0LL, amount)), quint64(qMax(0LL, total)), PyObject_IsTrue(test) == 1);
+        PyErr_Clear();
+        return none();
+    }
+
+    // One step of one package (package, action, done, of, element, elements):
+    // "OlLLll".
+    static PyObject* tsEvent(PyObject*, PyObject* args)
+    {
+        YumIO* io = session();
+        PyObject* package = nullptr;
+        long action = 0;
+        long long done = 0;
+        long long total = 0;
+        long current = 0;
+        long count = 0;
+        if (!io)
+            return none();
+        if (!PyArg_ParseTuple(args, "OlLLll", &package, &action, &done, &total, &current, &count))
+            return nullptr;
+        Py_INCREF(package);
+        io->tsEvent(io->pyStringXDec(package), action, quint64(qMax(0LL, done)), quint64(qMax(0LL, total)),
+            current, count);
+        return none();
+    }
+
     // --- the module --------------------------------------------------------------
 
     static inline PyMethodDef methods[] = {
@@ -241,6 +343,16 @@ struct YumIOC {
         { "applyGrabMultiMeterRemove", batchMeter<&YumIOMeters::applyGrabMultiMeterRemove>, METH_VARARGS,
             nullptr },
         { "applyGrabMultiMeterEnd", batchEnd<&YumIOMeters::applyGrabMultiMeterEnd>, METH_VARARGS, nullptr },
+        { "dsTsCheck", noArguments<&YumIO::dsTsCheck>, METH_NOARGS, nullptr },
+        { "dsRestartLoop", noArguments<&YumIO::dsRestartLoop>, METH_NOARGS, nullptr },
+        { "userconfirm", userconfirm, METH_NOARGS, nullptr },
+        { "reportDownloadSize", oneObject<&YumIO::reportDownloadSize>, METH_VARARGS, nullptr },
+        { "listTransaction", oneObject<&YumIO::listTransaction>, METH_VARARGS, nullptr },
+        { "tsInitCallback", tsInitCallback, METH_VARARGS, nullptr },
+        { "tsCallback", tsCallback, METH_VARARGS, nullptr },
+        { "tsEvent", tsEvent, METH_VARARGS, nullptr },
+        { "postTransactionOutput", oneObject<&YumIO::postTransactionOutput>, METH_VARARGS, nullptr },
+        { "gpgsigcheck", gpgsigcheck, METH_VARARGS, nullptr },
         { nullptr, nullptr, 0, nullptr },
     };
 

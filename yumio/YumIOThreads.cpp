@@ -7,6 +7,7 @@
 void YumIOThread::finish(bool result)
 {
     ok = result;
+    over = true;
     // Queued, so the loop ends only after the log lines, progress and
     // answers this thread queued before.
     QEventLoop* target = &loop;
@@ -33,4 +34,9 @@ void CollectFileListsThread::run()
 void CollectOtherDataThread::run()
 {
     finish(io->collectOtherDataReal());
+}
+
+void ApplyThread::run()
+{
+    finish(io->applyReal());
 }

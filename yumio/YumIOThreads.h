@@ -4,6 +4,7 @@
 #include <QHash>
 #include <QString>
 #include <QThread>
+#include <atomic>
 
 class YumIO;
 
@@ -19,6 +20,8 @@ public:
     {
     }
     bool result() const { return ok; }
+    // The operation is over: the worker needs nothing more of the GUI thread.
+    bool done() const { return over; }
 
 protected:
     // Ends the wait after everything the operation queued to the GUI thread.
@@ -27,6 +30,7 @@ protected:
     YumIO* io;
     QEventLoop& loop;
     bool ok = false;
+    std::atomic_bool over = false;
 };
 
 class CollectThread : public YumIOThread
@@ -64,6 +68,15 @@ protected:
 };
 
 class CollectOtherDataThread : public YumIOThread
+{
+public:
+    using YumIOThread::YumIOThread;
+
+protected:
+    void run() override;
+};
+
+class ApplyThread : public YumIOThread
 {
 public:
     using YumIOThread::YumIOThread;

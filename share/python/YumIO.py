@@ -27,6 +27,7 @@ import rpm  # noqa: E402,F401
 import yum  # noqa: E402
 import yum.Errors  # noqa: E402
 from sorvanyum import lock as sessionLock  # noqa: E402
+from sorvanyum import transaction  # noqa: E402
 from sorvanyum.session import Session  # noqa: E402
 
 log = output.logger()
@@ -50,6 +51,8 @@ class YumIO:
             raise SystemExit(message) from None
         self.repos = self._session.repos
         self.conf = self._session.confView
+        self._groupInfo = None
+        self._lastLists = ()
 
     # The lock -----------------------------------------------------------
 
@@ -79,7 +82,8 @@ class YumIO:
         self._session.readComps()
 
     def collectGroupInfo(self):
-        return self._session.groupInfo()
+        self._groupInfo = self._session.groupInfo()
+        return self._groupInfo
 
     def collectDone(self):
         pass
@@ -98,6 +102,57 @@ class YumIO:
 
     def hasMultiProgress(self):
         return True
+
+    # Applying ------------------------------------------------------------
+
+    def apply(self, installs, updates, removes):
+        """Resolve, list, confirm, download and run; see sorvanyum.transaction."""
+        return transaction.apply(self._session, installs, updates, removes)
+
+    def applyFailCleanup(self):
+        transaction.failCleanup(self._session)
+
+    def makelists(self):
+        return self._lastLists
+
+    def _group(self, name):
+        group = self._groupInfo.return_group(name) if self._groupInfo is not None else None
+        if group is None:
+            raise yum.Errors.GroupsError("There is no group %s." % name)
+        return group
+
+    def requiredPkgs(self, name):
+        """The package names that installing the group brings: its mandatory
+        and default packages, the conditional ones whose condition another of
+        them or an installed package meets, and those of its groups (an
+        environment's groups and default options)."""
+        return self._groupPackages(name, optional=False, seen=set())
+
+    def pkgTree(self, name):
+        """Every package name of the group and of its groups: what removing it
+        removes."""
+        return self._groupPackages(name, optional=True, seen=set())
+
+    def _groupPackages(self, name, optional, seen):
+        if name in seen:
+            return []
+        seen.add(name)
+        group = self._group(name)
+        names = list(group.mandatory_packages) + list(group.default_packages)
+        if optional:
+            names += list(group.optional_packages) + list(group.conditional_packages)
+        else:
+            installed = self._session.installedNames()
+            for member, condition in group.conditional_packages.items():
+                if condition is None or condition in names or condition in installed:
+                    names.append(member)
+        for sub in list(group.sub_groups) + list(group.default_metapkgs):
+            names += self._groupPackages(sub, optional, seen)
+        result = []
+        for n in names:
+            if n not in result:
+                result.append(n)
+        return result
 
     # Details on demand --------------------------------------------------
 

@@ -40,10 +40,11 @@ def detailLevel(levelno):
 class StreamWriter(io.TextIOBase):
     """A text stream that hands every write to one yumIOC function."""
 
-    def __init__(self, sink, name):
+    def __init__(self, sink, name, fd):
         super().__init__()
         self._sink = sink
         self._name = name
+        self._fd = fd
 
     @property
     def name(self):
@@ -62,6 +63,11 @@ class StreamWriter(io.TextIOBase):
 
     def isatty(self):
         return False
+
+    def fileno(self):
+        # The process's own descriptor, for C code that wants a real file (rpm's
+        # log file): what it writes there is captured around rpm's work.
+        return self._fd
 
     def write(self, text):
         if isinstance(text, bytes):
@@ -102,8 +108,8 @@ def install():
     Idempotent: the program may create several sessions in one process."""
     global _installed
     import sys
-    sys.stdout = StreamWriter(yumIOC.stdoutWrite, "<yumIOC stdout>")
-    sys.stderr = StreamWriter(yumIOC.stderrWrite, "<yumIOC stderr>")
+    sys.stdout = StreamWriter(yumIOC.stdoutWrite, "<yumIOC stdout>", 1)
+    sys.stderr = StreamWriter(yumIOC.stderrWrite, "<yumIOC stderr>", 2)
     if _installed:
         return
     _installed = True

@@ -244,8 +244,10 @@ class Session:
     def groupInfo(self):
         if self._comps is None:
             return groupsModule.GroupInfo([])
-        installed = {p.name for p in self.sack.query().installed()}
-        return groupsModule.GroupInfo(groupsModule.fromComps(self._comps, installed))
+        return groupsModule.GroupInfo(groupsModule.fromComps(self._comps, self.installedNames()))
+
+    def installedNames(self):
+        return {p.name for p in self.sack.query().installed()}
 
     # Architectures ----------------------------------------------------
 
