@@ -472,10 +472,152 @@ def run(cmd, env=None):
                                                  result.stderr[-4000:]))
 
 
+# The apply set ---------------------------------------------------------------
+#
+# The repositories above hold metadata only.  Applying needs package files, so
+# a small third repository, scale-apply, holds real RPMs for one request: an
+# application whose dependencies pull in a tree of new packages, and newer
+# builds of installed packages.  Its packages exist nowhere else, so dnf can
+# only fetch them from there.
+
+APPLY_APP = "scale-studio"
+# The payload of one file of the set: enough for rpm to write real data.
+APPLY_FILE_BYTES = (4000, 120000)
+
+
+def applyUpdate(source):
+    """A newer build of an installed source that scale-updates does not update."""
+    parts = source["version"].split(".")
+    parts[-1] = str(int(parts[-1]) + 1)
+    return dict(source, version=".".join(parts), release="1" + DIST)
+
+
+def applySet(rng, installedSources, updateSources, depCount, updateCount):
+    """(source, binary, requires) of the application, its dependencies and the
+    updates; the requires name packages or library provides of the set or of
+    the installed set."""
+    stems = rng.sample(STEMS, depCount)
+    app = {"name": APPLY_APP, "version": "3.2.1", "release": "1" + DIST, "epoch": "0",
+           "license": "GPL-3.0-or-later", "url": "https://studio.example.org/"}
+    deps = []
+    for i, stem in enumerate(stems):
+        library = i % 3 != 2
+        name = ("libstudio-%s" if library else "studio-%s-data") % stem
+        binary = {"name": name, "arch": ARCH if library else "noarch",
+                  "summary": "Studio %s %s" % (stem, "library" if library else "data"),
+                  "description": "The %s part of the studio." % stem, "group": GROUPS[1],
+                  "provides": ["libstudio-%s.so.%d()(64bit)" % (stem, 1 + i % 4)] if library else [],
+                  "files": (["/usr/lib64/libstudio-%s.so.%d" % (stem, 1 + i % 4)] if library else
+                            ["/usr/share/studio/%s/d%d" % (stem, j) for j in range(3)])
+                  + ["/usr/share/licenses/%s/LICENSE" % name]}
+        deps.append(dict(binary, requires=[]))
+    # A tree: each dependency is needed by the application or by an earlier
+    # one, by name or by a library it provides.
+    top = {"name": APPLY_APP, "arch": ARCH, "summary": "Studio application",
+           "description": "An application with many libraries.", "group": GROUPS[3],
+           "provides": [], "requires": [],
+           "files": ["/usr/bin/%s" % APPLY_APP, "/usr/share/%s/studio.conf" % APPLY_APP,
+                     "/usr/share/licenses/%s/LICENSE" % APPLY_APP]}
+    nodes = [top] + deps
+    for i, dep in enumerate(deps, 1):
+        parent = nodes[rng.randrange(0, min(i, 6))]
+        parent["requires"].append(dep["provides"][0] if dep["provides"] and rng.random() < 0.6
+                                  else dep["name"])
+    # Some needs the installed system already meets.
+    present = [b for s, b in installedSources if b["arch"] != "noarch" and b["provides"]]
+    for node in rng.sample(nodes, min(6, len(nodes))):
+        if present:
+            node["requires"].append(rng.choice(present)["provides"][0])
+    entries = [(app, b) for b in nodes]
+
+    # Installed packages may share a path (the database was written with
+    # --replacefiles); an update of one of those would fail rpm's file check.
+    owners = {}
+    for _, b in installedSources:
+        for path in b["files"][:3]:
+            owners[path] = owners.get(path, 0) + 1
+    updated = {id(s) for s in updateSources}
+    candidates = [(s, b) for s, b in installedSources
+                  if id(s) not in updated and b["name"] != "scale-release"
+                  and all(owners[path] == 1 for path in b["files"][:3])]
+    newer = {}
+    for source, binary in rng.sample(candidates, min(updateCount, len(candidates))):
+        if id(source) not in newer:
+            newer[id(source)] = applyUpdate(source)
+        entries.append((newer[id(source)], dict(binary, requires=[])))
+    return entries
+
+
+def applySpec(entries, sourcedir, rng):
+    lines = ["%global debug_package %{nil}", "%global __os_install_post %{nil}",
+             "%global _build_id_links none", "%global _binary_payload w1.gzdio",
+             "Name: scale-apply-set", "Version: 1", "Release: 1",
+             "Summary: The packages of the scale fixture's apply request", "License: MIT",
+             "AutoReqProv: no", "", "%description", "Builds the apply set.", ""]
+    files = []
+    for source, binary in entries:
+        name = binary["name"]
+        lines += ["%%package -n %s" % name, "Version: " + source["version"],
+                  "Release: " + source["release"], "Summary: " + binary["summary"],
+                  "License: " + source["license"], "Group: " + binary["group"],
+                  "URL: " + source["url"], "AutoReqProv: no"]
+        if source["epoch"] != "0":
+            lines.append("Epoch: " + source["epoch"])
+        if binary["arch"] == "noarch":
+            lines.append("BuildArch: noarch")
+        lines += ["Provides: " + p for p in binary["provides"]]
+        lines += ["Requires: " + r for r in binary["requires"]]
+        lines += ["", "%%description -n %s" % name, binary["description"], ""]
+        # The files an installed package owns (an update replaces them), or
+        # the new package's own.
+        owned = binary["files"][:3] if source["name"] != APPLY_APP else binary["files"]
+        files += ["%%files -n %s" % name] + owned + [""]
+        for path in owned:
+            target = os.path.join(sourcedir, "tree", path.lstrip("/"))
+            os.makedirs(os.path.dirname(target), exist_ok=True)
+            with open(target, "wb") as f:
+                f.write(rng.randbytes(rng.randint(*APPLY_FILE_BYTES)))
+    lines += ["%install", "cp -a %{_sourcedir}/tree/. %{buildroot}/", ""]
+    return "\n".join(lines + files) + "\n"
+
+
+def nevra(source, binary):
+    epoch = "" if source["epoch"] == "0" else source["epoch"] + ":"
+    return "%s-%s%s-%s.%s" % (binary["name"], epoch, source["version"], source["release"],
+                              binary["arch"])
+
+
+def buildApplySet(entries, repo, work, rng):
+    """Build the set's RPMs into the repository and publish it with createrepo_c."""
+    env = dict(os.environ, LC_ALL="C", SOURCE_DATE_EPOCH=str(BUILDTIME))
+    top = os.path.join(work, "rpmbuild-apply")
+    sourcedir = os.path.join(top, "SOURCES")
+    os.makedirs(sourcedir)
+    spec = os.path.join(top, "apply.spec")
+    with open(spec, "w") as f:
+        f.write(applySpec(entries, sourcedir, rng))
+    os.makedirs(repo)
+    with measured("rpmbuild and createrepo_c of the apply set (%d packages)" % len(entries)):
+        run(["rpmbuild", "-bb", "--quiet", "--target", ARCH, "--define", "_topdir " + top,
+             "--define", "_sourcedir " + sourcedir, "--define",
+             "_rpmdir " + os.path.join(repo, "Packages"), "--define", "_tmppath " + top, spec],
+            dict(env, HOME=top))
+        run(["createrepo_c", "--quiet", "--no-database", repo], env)
+    # The request, for the benchmarks: what to mark, and what to name to dnf.
+    with open(os.path.join(os.path.dirname(os.path.dirname(repo)), "apply-request.txt"), "w") as f:
+        f.write("# action name arch nevra: the scale fixture's apply request\n")
+        for source, binary in entries:
+            if source["name"] == APPLY_APP and binary["name"] != APPLY_APP:
+                continue  # pulled in by resolution
+            action = "install" if source["name"] == APPLY_APP else "update"
+            f.write("%s %s %s %s\n" % (action, binary["name"], binary["arch"],
+                                       nevra(source, binary)))
+
+
 # Putting it together ---------------------------------------------------------
 
 
-def build(dest, packages, installedCount, installedUpdates, seed):
+def build(dest, packages, installedCount, installedUpdates, seed, applyDeps=20, applyUpdates=50):
     started = time.monotonic()
     dest = os.path.abspath(dest)
     if os.path.exists(dest):
@@ -536,20 +678,35 @@ def build(dest, packages, installedCount, installedUpdates, seed):
     with open(os.path.join(root, "etc/dnf/dnf.conf"), "w") as f:
         f.write("[main]\ngpgcheck=0\ninstallonly_limit=3\nskip_if_unavailable=False\n")
     os.symlink("dnf/dnf.conf", os.path.join(root, "etc/yum.conf"))
+    repos = ["scale-os", "scale-updates"]
+    applyEntries = []
+    if applyDeps or applyUpdates:
+        repos.append("scale-apply")
+        applyEntries = applySet(random.Random(seed + 2), installedSources, updateSources,
+                                applyDeps, applyUpdates)
     with open(os.path.join(root, "etc/yum.repos.d/scale.repo"), "w") as f:
-        for repo in ("scale-os", "scale-updates"):
+        for repo in repos:
             f.write("[%s]\nname=Scale %s\nbaseurl=file://%s/%s/\nenabled=1\n\n"
                     % (repo, repo, reposdir, repo))
     with tempfile.TemporaryDirectory(dir=dest) as work:
         installedBuilt = buildInstalled(installedSources, root, work)
+        recorded = time.monotonic()
+        if applyEntries:
+            buildApplySet(applyEntries, os.path.join(reposdir, "scale-apply"), work,
+                          random.Random(seed + 3))
     done = time.monotonic()
     print("scale: %d packages (%d in scale-os, %d in scale-updates), %d installed, "
           "%d of them with an update" % (counts["scale-os"] + counts["scale-updates"],
                                          counts["scale-os"], counts["scale-updates"],
                                          installedBuilt, len(updated)))
+    if applyEntries:
+        print("scale: scale-apply holds %d real packages: %s and %d dependencies, %d updates "
+              "of installed packages" % (len(applyEntries), APPLY_APP, applyDeps,
+                                         len(applyEntries) - applyDeps - 1))
     print("scale: generated in %.1f s, metadata written in %.1f s, installed set built and "
-          "recorded in %.1f s; %.1f s in all" % (generated - started, written - generated,
-                                                  done - written, done - started))
+          "recorded in %.1f s, apply set built in %.1f s; %.1f s in all"
+          % (generated - started, written - generated, recorded - written, done - recorded,
+             done - started))
     print("SORVANROOT=" + root)
 
 
@@ -562,8 +719,17 @@ def main(argv):
     p.add_argument("--installed", type=int, default=2500)
     p.add_argument("--installed-updates", type=int, default=300)
     p.add_argument("--seed", type=int, default=1)
+    p.add_argument("--apply-deps", type=int, default=20,
+                   help="new packages the apply request's application pulls in (real RPMs)")
+    p.add_argument("--apply-updates", type=int, default=50,
+                   help="updates of installed packages in the apply request (real RPMs)")
+    p.add_argument("--no-apply-set", action="store_true",
+                   help="no scale-apply repository: metadata only, as before")
     args = parser.parse_args(argv)
-    build(args.dir, args.packages, args.installed, args.installed_updates, args.seed)
+    if args.no_apply_set:
+        args.apply_deps = args.apply_updates = 0
+    build(args.dir, args.packages, args.installed, args.installed_updates, args.seed,
+          args.apply_deps, args.apply_updates)
     return 0
 
 

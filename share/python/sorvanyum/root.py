@@ -145,6 +145,10 @@ class ManagedRoot:
             conf.cachedir = dnf.yum.misc.getCacheDir()
         conf.persistdir = self._rootedOption(conf, "persistdir", DEFAULT_PERSISTDIR)
         conf.logdir = self._rootedOption(conf, "logdir", DEFAULT_LOGDIR)
+        if os.geteuid() != 0 and not os.access(conf.logdir, os.W_OK):
+            # dnf's and hawkey's logs cannot go into a system's /var/log
+            # without root: a user's listing logs beside its private cache.
+            conf.logdir = conf.cachedir
 
         if conf._get_priority("protected_packages") <= dnf.conf.PRIO_DEFAULT:
             conf.protected_packages = self.protectedPackages()

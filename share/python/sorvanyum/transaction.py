@@ -301,20 +301,27 @@ class Apply:
             except dnf.exceptions.Error as e:
                 raise YumBaseError("Unable to mark %s for installation: %s" % (p, e)) from None
         done = set()
+        installed = base.sack.query().installed()
         for pair in updates:
-            new, old = pair[0], pair[1]
-            pkg = self._upgradeFor(new.hawkey, old.hawkey)
+            new, old = pair[0].hawkey, pair[1].hawkey
+            pkg = self._upgradeFor(new, old)
             if pkg is None:
                 raise YumBaseError("No update of %s.%s is available any more (it was %s)."
-                                   % (old.name, old.arch, new))
-            self.requested.add(_key(pkg))
-            if _key(pkg) in done:
-                continue
-            done.add(_key(pkg))
-            try:
-                base.package_upgrade(pkg)
-            except dnf.exceptions.Error as e:
-                raise YumBaseError("Unable to mark %s for update to %s: %s" % (old, pkg, e)) from None
+                                   % (old.name, old.arch, pair[0]))
+            # A package installed for two architectures (a library and its
+            # 32-bit twin) shares files between them: both move together.
+            wanted = [pkg] + [self._upgradeFor(new, twin) for twin in
+                              installed.filter(name=old.name).filterm(arch__neq=[old.arch, "noarch"])]
+            for target in wanted:
+                if target is None or _key(target) in done:
+                    continue
+                done.add(_key(target))
+                self.requested.add(_key(target))
+                try:
+                    base.package_upgrade(target)
+                except dnf.exceptions.Error as e:
+                    raise YumBaseError("Unable to mark %s for update to %s: %s"
+                                       % (pair[1], target, e)) from None
         for p in removes:
             pkg = p.hawkey
             self.requested.add(_key(pkg))
