@@ -13,10 +13,12 @@
 #include <QComboBox>
 #include <QLineEdit>
 #include <QMenuBar>
+#include <QMessageBox>
 #include <QProcess>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QTextEdit>
 #include <QtTest>
 
 class TestMainWindow : public QObject
@@ -28,7 +30,9 @@ private Q_SLOTS:
     void startupOptionsAndSearch();
     void unlistedActionsWarning();
     void busyWhileCollecting();
-    void quitEndsTheSession();
+    void marksAskBeforeTheyGo();
+    void applyCollectsAgain();
+    void quitWaitsForTheOperation();
 
 private:
     template <typename T>
@@ -42,6 +46,14 @@ private:
     QStringList listedNames() const;
     int modelRow(QString const& name) const;
     void filterTo(QString const& regexp);
+    // Presses the button whose text contains `button` in every modal dialog
+    // that comes up (accepts other dialogs), and records their texts.
+    void answerWith(QString const& button);
+    void markByName(QString const& name, Package::Action action);
+
+    QTimer answerer;
+    QString answer;
+    QStringList asked;
 
     QTemporaryDir root;
     MainWindow* window = nullptr;
@@ -95,6 +107,38 @@ void TestMainWindow::filterTo(QString const& regexp)
 {
     child<QLineEdit>("regexpEdit")->setText(regexp);
     QTest::mouseClick(child<QPushButton>("filterButton"), Qt::LeftButton);
+}
+
+void TestMainWindow::answerWith(QString const& button)
+{
+    answer = button;
+    asked.clear();
+    if (answerer.isActive())
+        return;
+    connect(&answerer, &QTimer::timeout, this, [this] {
+        auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (!dialog || !dialog->isVisible())
+            return;
+        QTextEdit const* area = dialog->findChild<QTextEdit*>();
+        auto* box = qobject_cast<QMessageBox*>(dialog);
+        asked << (box ? box->text() : area ? area->toPlainText() : dialog->windowTitle());
+        for (QPushButton* push : dialog->findChildren<QPushButton*>()) {
+            if (push->text().remove(u'&').contains(answer)) {
+                push->click();
+                return;
+            }
+        }
+        dialog->accept();
+    });
+    answerer.start(20);
+}
+
+void TestMainWindow::markByName(QString const& name, Package::Action action)
+{
+    int const row = modelRow(name);
+    QVERIFY(row >= 0);
+    view->tableModel()->setAction(view->tableModel()->index(row, 0), action);
+    window->stateChanged(row);
 }
 
 void TestMainWindow::startupOptionsAndSearch()
@@ -201,11 +245,98 @@ void TestMainWindow::busyWhileCollecting()
     QVERIFY(window->yumSession()->count() > 0);
 }
 
-void TestMainWindow::quitEndsTheSession()
+// Refresh and Quit throw marked actions away only when the user agrees.
+void TestMainWindow::marksAskBeforeTheyGo()
 {
+    markByName("sv-app", Package::Install);
+    answerWith("Cancel");
+    QMetaObject::invokeMethod(window, "refresh");
+    QMetaObject::invokeMethod(window, "requestQuit", Q_ARG(bool, true));
+    QCOMPARE(asked.size(), 2);
+    QVERIFY2(asked[0].startsWith("Refresh the package list?\n1 marked action"), qPrintable(asked[0]));
+    QVERIFY2(asked[1].startsWith("Quit SORVAN?"), qPrintable(asked[1]));
     QVERIFY(window->isVisible());
-    QMetaObject::invokeMethod(window, "quit");
-    QVERIFY(!window->isVisible());
+    QCOMPARE(window->yumSession()->operator[](modelRow("sv-app"))->action, Package::Install);
+
+    answerWith("Refresh");
+    QMetaObject::invokeMethod(window, "refresh");
+    QCOMPARE(window->yumSession()->operator[](modelRow("sv-app"))->action, Package::NoAction);
+    QVERIFY(!child<QPushButton>("applyButton")->isEnabled());
+}
+
+// After a failed apply the table is collected anew with the marks that still
+// make sense; after a transaction, the table shows the system as it is.
+void TestMainWindow::applyCollectsAgain()
+{
+    QPushButton* apply = child<QPushButton>("applyButton");
+    QVERIFY(apply->isVisible());
+    markByName("sv-app", Package::Install);
+    QVERIFY(apply->isEnabled());
+
+    QProcess holder;
+    holder.start("/usr/bin/python3",
+        { "-c",
+            "import dnf.lock, sys\nlock = dnf.lock.build_rpmdb_lock(sys.argv[1], False)\nlock.__enter__()\n"
+            "print('locked', flush=True)\nsys.stdin.read()\n",
+            root.filePath("root") + "/var/lib/dnf" });
+    while (!holder.canReadLine())
+        QVERIFY(holder.waitForReadyRead(30000));
+    answerWith("OK");
+    QTest::mouseClick(apply, Qt::LeftButton);
+    holder.closeWriteChannel();
+    QVERIFY(holder.waitForFinished(30000));
+    QVERIFY2(asked.join(u'|').contains("rpmdb_lock.pid"), qPrintable(asked.join(u'|')));
+    YumIO* session = window->yumSession();
+    Package::Entry const* app = session->operator[](modelRow("sv-app"));
+    QCOMPARE(app->action, Package::Install);
+    QVERIFY(apply->isEnabled());
+
+    answerWith("Apply");
+    QTest::mouseClick(apply, Qt::LeftButton);
+    QVERIFY2(asked.size() == 1 && asked[0].startsWith("Transaction to be performed:\n\tInstall: sv-app"),
+        qPrintable(asked.join(u'|')));
+    app = session->operator[](modelRow("sv-app"));
+    QCOMPARE(app->state, Package::Installed);
+    QCOMPARE(app->action, Package::NoAction);
+    QCOMPARE(session->operator[](modelRow("sv-libfoo"))->state, Package::Installed);
+    QVERIFY(!apply->isEnabled());
+    QVERIFY(child<QWidget>("mainPanel")->isEnabled());
+}
+
+// Closing the window while the engine works waits for it to finish, then
+// ends the session and releases the root.
+void TestMainWindow::quitWaitsForTheOperation()
+{
+    answerer.stop();
+    // The application quitting ends every event loop, the one that waits for
+    // the worker too: the wait goes on until the worker is done with it.
+    bool exited = false;
+    QTimer early;
+    connect(&early, &QTimer::timeout, this, [&] {
+        if (window->yumSession()->isBusy() && !exited) {
+            exited = true;
+            QCoreApplication::exit(0);
+        }
+    });
+    early.start(0);
+    QMetaObject::invokeMethod(window, "refresh");
+    early.stop();
+    QVERIFY(exited);
+    QVERIFY(window->yumSession()->count() > 0);
+
+    bool closedWhileBusy = false;
+    QTimer probe;
+    connect(&probe, &QTimer::timeout, this, [&] {
+        if (!window->yumSession() || !window->yumSession()->isBusy())
+            return;
+        probe.stop();
+        window->close();
+        closedWhileBusy = window->isVisible() && window->yumSession() != nullptr;
+    });
+    probe.start(0);
+    QMetaObject::invokeMethod(window, "refresh");
+    QVERIFY(closedWhileBusy);
+    QTRY_VERIFY(!window->isVisible());
     QCOMPARE(window->yumSession(), nullptr);
 }
 
