@@ -10,7 +10,9 @@
 #include <QSocketNotifier>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <getopt.h>
 #include <pthread.h>
 #include <sys/signalfd.h>
@@ -59,6 +61,18 @@ int quitSignals()
     if (pthread_sigmask(SIG_BLOCK, &set, nullptr) != 0)
         return -1;
     return ::signalfd(-1, &set, SFD_NONBLOCK | SFD_CLOEXEC);
+}
+
+// Qt's own warnings go to the terminal the program started on, never into
+// the log: while rpm runs, descriptor 2 is captured as the engine's errors.
+int terminal = -1;
+
+void toTerminal(QtMsgType type, QMessageLogContext const& context, QString const& message)
+{
+    QByteArray const line = qFormatLogMessage(type, context, message).toLocal8Bit() + '\n';
+    if (terminal >= 0 && ::write(terminal, line.constData(), size_t(line.size())) < 0) { }
+    if (type == QtFatalMsg)
+        std::abort();
 }
 
 int failUsage()
@@ -182,6 +196,8 @@ int Startup::parseCommandLine(int argc, char** argv, MainWindow& window)
 int Startup::run(int argc, char** argv)
 {
     int const signals = quitSignals();
+    terminal = ::fcntl(2, F_DUPFD_CLOEXEC, 3);
+    qInstallMessageHandler(toTerminal);
     DefaultStyle defaultStyle(argc, argv);
     // The application removes the toolkit's own options (-style, -display,
     // ...) before the program parses the rest.

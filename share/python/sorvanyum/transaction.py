@@ -497,10 +497,10 @@ class Apply:
         failed = [tsi for tsi in base.transaction
                   if tsi.state == _A.TransactionItemState_ERROR]
         if failed or events.errors:
+            # rpm's own messages are in the log already, just above this one.
             names = ", ".join(str(t.pkg) for t in failed) or "some packages"
-            raise YumBaseError("The transaction ran, but it failed for %s.\n%s\n"
-                               "The rpm database of %s records what was really done."
-                               % (names, "\n".join(events.errors), self.root.path))
+            raise YumBaseError("The transaction ran, but it failed for %s.\nThe rpm database of "
+                               "%s records what was really done." % (names, self.root.path))
 
     def results(self):
         """The lists again, as they were carried out."""
