@@ -1,0 +1,62 @@
+// The real program asked to end by a signal, as a desktop session or an
+// administrator's kill does: it quits cleanly and releases its root.
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+#include <csignal>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+class TestQuitSignals : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void quits_data()
+    {
+        QTest::addColumn<int>("signal");
+        QTest::newRow("SIGTERM") << int(SIGTERM);
+        QTest::newRow("SIGINT") << int(SIGINT);
+        QTest::newRow("SIGHUP") << int(SIGHUP);
+    }
+    void quits()
+    {
+        QFETCH(int, signal);
+        QTemporaryDir dir;
+        QString const root = dir.filePath("root");
+        QProcess tool;
+        tool.start("/usr/bin/python3",
+            { "-I", qEnvironmentVariable("SORVAN_SOURCE_DIR") + "/tools/sandbox/sandbox.py", "clone",
+                qEnvironmentVariable("SORVAN_BINARY_DIR") + "/sandbox", root });
+        QVERIFY(tool.waitForFinished(120000) && tool.exitCode() == 0);
+
+        QProcess sorvan;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("SORVANROOT", root);
+        sorvan.setProcessEnvironment(env);
+        sorvan.start(qEnvironmentVariable("SORVAN_EXE"));
+        QVERIFY(sorvan.waitForStarted());
+        // The session holds its lock once the packages are collected.
+        QFile lock(root + "/var/run/sorvan.pid");
+        QTRY_VERIFY_WITH_TIMEOUT(
+            lock.open(QIODevice::ReadOnly) && lock.readAll().trimmed().toLongLong() == sorvan.processId()
+                || (lock.close(), false),
+            120000);
+        lock.close();
+
+        ::kill(pid_t(sorvan.processId()), signal);
+        QVERIFY(sorvan.waitForFinished(60000));
+        QCOMPARE(sorvan.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(sorvan.exitCode(), 0);
+        // Released: another process takes the lock at once.
+        int const fd = ::open(QFile::encodeName(lock.fileName()).constData(), O_RDWR);
+        QVERIFY(fd >= 0);
+        QCOMPARE(::flock(fd, LOCK_EX | LOCK_NB), 0);
+        ::close(fd);
+    }
+};
+
+QTEST_MAIN(TestQuitSignals)
+#include "tst_quitsignals.moc"
