@@ -809,6 +809,9 @@ void YumIO::reportDownloadSize(PyObject* packages)
 
 bool YumIO::userconfirm()
 {
+    // Only an apply has a question to ask.
+    if (!progress)
+        return false;
     asked = true;
     progress->endItemActs();
     applyActCounter = 0;
@@ -863,6 +866,8 @@ bool YumIO::gpgsigcheck(QString const& package, QString const& repo, QString con
 
 void YumIO::tsInitCallback(long elements)
 {
+    if (!progress)
+        return;
     tsElements = quint32(qMax(0L, elements));
     tsActsReady = false;
     transactionOutputDone = false;
@@ -915,6 +920,8 @@ void YumIO::tsCallback(long what, quint64 amount, quint64 total, bool test)
 
 void YumIO::tsEvent(QString const& name, long code, quint64 done, quint64 total, long current, long count)
 {
+    if (!progress)
+        return;
     QString text;
     switch (code) {
     case TsUpdate:
