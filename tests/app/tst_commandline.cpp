@@ -68,89 +68,80 @@ class TestCommandLine : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void rejectedAndHelp_data();
-    void rejectedAndHelp();
-    void programNameFromArgv0();
-    void effectOnWindow_data();
-    void effectOnWindow();
+    void rejectedAndHelp_data()
+    {
+        QTest::addColumn<QString>("args"); // split at blanks
+        QTest::addColumn<QString>("message");
+
+        auto row = [](char const* args, char const* message) { QTest::newRow(args) << args << message; };
+        row("-h", "");
+        row("-H", "");
+        row("-g --state=all --help", "");
+        row("-d", "$0: unrecognized option letter: d\n");
+        row("-m", "$0: unrecognized option letter: m\n");
+        row("-g --mode", "$0: unrecognized option letter: m\n");
+        row("--enablerepo", "$0: unrecogized option: --enablerepo\n");
+        row("--foo=bar", "$0: unrecogized option: --foo=bar\n");
+        row("--mode=x", "$0: unrecogized argument to -m/--mode option: x\n");
+        row("--state=allx", "$0: unrecogized argument to -s/--state option: allx\n");
+        row("-s All", "$0: unrecogized argument to -s/--state option: All\n");
+        row("-g -- -l", "$0: unrecognized argument: -l\n");
+        row("-g left --bogus", "$0: unrecognized argument: left\n");
+    }
+
+    void rejectedAndHelp()
+    {
+        QFETCH(QString, args);
+        QTEST(rejectedBy(qEnvironmentVariable("SORVAN_EXE"), args.split(' ')), "message");
+    }
+
+    void programNameFromArgv0()
+    {
+        QTemporaryDir dir;
+        QString const link = dir.filePath("pkg-tool");
+        QVERIFY(QFile::link(qEnvironmentVariable("SORVAN_EXE"), link));
+        QCOMPARE(rejectedBy(link, { "-x" }), "$0: unrecognized option letter: x\n");
+    }
+
+    void effectOnWindow_data()
+    {
+        QTest::addColumn<QString>("args"); // split at blanks
+        // mode, filter button, state, regexp, duplicates, groups, log, repository editor
+        QTest::addColumn<QString>("effect");
+        QTest::addColumn<QString>("repoRequests");
+
+        auto row = [](char const* name, char const* args, char const* effect, char const* repos = "") {
+            QTest::newRow(name) << args << effect << repos;
+        };
+        row("prefixes", "--state=al --groups --mode=s", "1 Search 3 .* 1 1 0 0");
+        row("empty keywords pick the first", "-m search -s all --mode= --state=", "0 Filter 0 .* 1 0 0 0");
+        row("short forms", "-m search -s inst -e ^kernel -g -l -r", "1 Search 1 ^kernel 1 1 1 1");
+        row("whole keywords", "--mode=filter --state=removable --duplicates", "0 Filter 2 .* 0 0 0 0");
+        row("regexp verbatim, even option-like", "-e --log", "0 Filter 0 --log 1 0 0 0");
+        row("repositories in order", "--disablerepo=a --enablerepo=a --disablerepo te*",
+            "0 Filter 0 .* 1 0 0 0", "-a +a -te*");
+    }
+
+    void effectOnWindow()
+    {
+        QFETCH(QString, args);
+        MainWindow window;
+        QCOMPARE(parse(window, args.split(' ', Qt::SkipEmptyParts)), -1);
+        auto child = [&window](char const* name) { return window.findChild<QWidget*>(name); };
+        QStringList const effect { QString::number(static_cast<QComboBox*>(child("modeBox"))->currentIndex()),
+            static_cast<QPushButton*>(child("filterButton"))->text(),
+            QString::number(static_cast<QComboBox*>(child("stateBox"))->currentIndex()),
+            static_cast<QLineEdit*>(child("regexpEdit"))->text(),
+            QString::number(static_cast<QCheckBox*>(child("dupsCheck"))->isChecked()),
+            QString::number(static_cast<QCheckBox*>(child("groupsCheck"))->isChecked()),
+            QString::number(window.startLog), QString::number(window.startRepoEditor) };
+        QTEST(effect.join(' '), "effect");
+        QStringList repos;
+        for (YumRepoEnabled const& request : window.repoRequests)
+            repos << (request.enable ? "+" : "-") + request.pattern;
+        QTEST(repos.join(' '), "repoRequests");
+    }
 };
-
-void TestCommandLine::rejectedAndHelp_data()
-{
-    QTest::addColumn<QString>("args"); // split at blanks
-    QTest::addColumn<QString>("message");
-
-    auto row = [](char const* args, char const* message) { QTest::newRow(args) << args << message; };
-    row("-h", "");
-    row("-H", "");
-    row("-g --state=all --help", "");
-    row("-d", "$0: unrecognized option letter: d\n");
-    row("-x", "$0: unrecognized option letter: x\n");
-    row("-m", "$0: unrecognized option letter: m\n");
-    row("-g --mode", "$0: unrecognized option letter: m\n");
-    row("--enablerepo", "$0: unrecogized option: --enablerepo\n");
-    row("--foo=bar", "$0: unrecogized option: --foo=bar\n");
-    row("--mode=x", "$0: unrecogized argument to -m/--mode option: x\n");
-    row("--state=allx", "$0: unrecogized argument to -s/--state option: allx\n");
-    row("-s All", "$0: unrecogized argument to -s/--state option: All\n");
-    row("extra", "$0: unrecognized argument: extra\n");
-    row("-g -- -l", "$0: unrecognized argument: -l\n");
-    row("-g left --bogus", "$0: unrecognized argument: left\n");
-}
-
-void TestCommandLine::rejectedAndHelp()
-{
-    QFETCH(QString, args);
-    QTEST(rejectedBy(qEnvironmentVariable("SORVAN_EXE"), args.split(' ')), "message");
-}
-
-void TestCommandLine::programNameFromArgv0()
-{
-    QTemporaryDir dir;
-    QString const link = dir.filePath("pkg-tool");
-    QVERIFY(QFile::link(qEnvironmentVariable("SORVAN_EXE"), link));
-    QCOMPARE(rejectedBy(link, { "-x" }), "$0: unrecognized option letter: x\n");
-}
-
-void TestCommandLine::effectOnWindow_data()
-{
-    QTest::addColumn<QString>("args"); // split at blanks
-    // mode, filter button, state, regexp, duplicates, groups, log, repository editor
-    QTest::addColumn<QString>("effect");
-    QTest::addColumn<QString>("repoRequests");
-
-    auto row = [](char const* name, char const* args, char const* effect, char const* repos = "") {
-        QTest::newRow(name) << args << effect << repos;
-    };
-    row("defaults", "", "0 Filter 0 .* 1 0 0 0");
-    row("prefixes", "--state=al --groups --mode=s", "1 Search 3 .* 1 1 0 0");
-    row("empty keywords pick the first", "-m search -s all --mode= --state=", "0 Filter 0 .* 1 0 0 0");
-    row("short forms", "-m search -s inst -e ^kernel -g -l -r", "1 Search 1 ^kernel 1 1 1 1");
-    row("whole keywords", "--mode=filter --state=removable --duplicates", "0 Filter 2 .* 0 0 0 0");
-    row("regexp verbatim, even option-like", "-e --log", "0 Filter 0 --log 1 0 0 0");
-    row("repositories in order", "--disablerepo=a --enablerepo=a --disablerepo te*", "0 Filter 0 .* 1 0 0 0",
-        "-a +a -te*");
-}
-
-void TestCommandLine::effectOnWindow()
-{
-    QFETCH(QString, args);
-    MainWindow window;
-    QCOMPARE(parse(window, args.split(' ', Qt::SkipEmptyParts)), -1);
-    auto child = [&window](char const* name) { return window.findChild<QWidget*>(name); };
-    QStringList const effect { QString::number(static_cast<QComboBox*>(child("modeBox"))->currentIndex()),
-        static_cast<QPushButton*>(child("filterButton"))->text(),
-        QString::number(static_cast<QComboBox*>(child("stateBox"))->currentIndex()),
-        static_cast<QLineEdit*>(child("regexpEdit"))->text(),
-        QString::number(static_cast<QCheckBox*>(child("dupsCheck"))->isChecked()),
-        QString::number(static_cast<QCheckBox*>(child("groupsCheck"))->isChecked()),
-        QString::number(window.startLog), QString::number(window.startRepoEditor) };
-    QTEST(effect.join(' '), "effect");
-    QStringList repos;
-    for (YumRepoEnabled const& request : window.repoRequests)
-        repos << (request.enable ? "+" : "-") + request.pattern;
-    QTEST(repos.join(' '), "repoRequests");
-}
 
 QTEST_MAIN(TestCommandLine)
 #include "tst_commandline.moc"

@@ -38,191 +38,184 @@ class TestLogWindow : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void construction();
-    void threshold_data();
-    void threshold();
-    void shownLiterally();
-    void rebuildIsIdenticalAndScrolled();
-    void connectedOnlyWhileVisible();
-    void workThreadsAppend();
-};
+    void construction()
+    {
+        Log::EntryList list;
+        Log::Window window(list);
+        QCOMPARE(window.windowTitle(), "SORVAN Log");
+        auto* level = window.findChild<QSpinBox*>();
+        QCOMPARE(level->minimum(), 0);
+        QCOMPARE(level->maximum(), 10);
+        QCOMPARE(level->value(), 2);
+        QCOMPARE(level->toolTip(),
+            "Threshold beyond which more detailed log messages are omitted.\n"
+            "Higher levels show more detail.\nThe valid range is 0 .. 10.\nThe default is 2.\n"
+            "Higher levels contain debug information.\nThis corresponds to yum's debuglevel (-d) option.");
+        QVERIFY(areaOf(window)->isReadOnly());
 
-void TestLogWindow::construction()
-{
-    Log::EntryList list;
-    Log::Window window(list);
-    QCOMPARE(window.windowTitle(), "SORVAN Log");
-    auto* level = window.findChild<QSpinBox*>();
-    QCOMPARE(level->minimum(), 0);
-    QCOMPARE(level->maximum(), 10);
-    QCOMPARE(level->value(), 2);
-    QCOMPARE(level->toolTip(),
-        "Threshold beyond which more detailed log messages are omitted.\nHigher levels show more detail.\n"
-        "The valid range is 0 .. 10.\nThe default is 2.\nHigher levels contain debug information.\n"
-        "This corresponds to yum's debuglevel (-d) option.");
-    QVERIFY(areaOf(window)->isReadOnly());
-
-    list.append(Log::Info, 0, "text");
-    show(window);
-    QTest::keyClick(&window, Qt::Key_A);
-    QVERIFY(window.isVisible());
-    QTest::keyClick(&window, Qt::Key_Escape);
-    QVERIFY(!window.isVisible());
-    show(window);
-    auto* close = window.findChild<QPushButton*>();
-    QCOMPARE(close->text(), "&Close");
-    QCOMPARE(close->toolTip(), "Close the Log Window");
-    close->click();
-    QVERIFY(!window.isVisible());
-    QCOMPARE(lines(window), QStringList { "text" });
-}
-
-void TestLogWindow::threshold_data()
-{
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<int>("level");
-    QTest::addColumn<int>("threshold");
-    QTest::addColumn<QString>("colour"); // "-" for hidden, "" for plain
-
-    QTest::newRow("info 10 at 10, minor") << 0 << 10 << 10 << Colors::minor();
-    QTest::newRow("info 10 at 9") << 0 << 10 << 9 << "-";
-    QTest::newRow("info 9 at 9, plain") << 0 << 9 << 9 << "";
-    QTest::newRow("output") << 1 << 2 << 2 << Colors::ok();
-    QTest::newRow("warning") << 2 << 0 << 2 << Colors::warning();
-    QTest::newRow("error") << 3 << 0 << 0 << Colors::error();
-    QTest::newRow("error above the threshold") << 3 << 5 << 4 << "-";
-    QTest::newRow("unknown kind as error") << 9 << 1 << 2 << Colors::error();
-    QTest::newRow("action heading") << 4 << 0 << 2 << Colors::action();
-}
-
-void TestLogWindow::threshold()
-{
-    QFETCH(int, kind);
-    QFETCH(int, level);
-    QFETCH(int, threshold);
-    QFETCH(QString, colour);
-    bool const heading = kind == Log::Action;
-
-    Log::EntryList list;
-    list.append(Log::Info, 0, "before");
-    list.append(Log::Kind(kind), quint32(level), "the entry");
-    list.append(Log::Info, 0, "after");
-    Log::Window window(list);
-    window.setLevel(threshold);
-    show(window);
-    QCOMPARE(lines(window),
-        colour == "-" ? QStringList({ "before", "after" }) : QStringList({ "before", "the entry", "after" }));
-    if (colour == "-")
-        return;
-
-    QTextBlock const block = areaOf(window)->document()->findBlockByNumber(1);
-    QTextCharFormat const format = block.begin().fragment().charFormat();
-    if (colour.isEmpty())
-        QVERIFY(!format.hasProperty(QTextFormat::ForegroundBrush));
-    else
-        QCOMPARE(format.foreground().color(), QColor(colour));
-    QCOMPARE(format.fontWeight() >= QFont::Bold, heading);
-    QCOMPARE(format.property(QTextFormat::FontSizeAdjustment).toInt() > 0, heading);
-    QCOMPARE(block.blockFormat().topMargin(), 0.0);
-    QCOMPARE(block.blockFormat().bottomMargin(), 0.0);
-}
-
-void TestLogWindow::shownLiterally()
-{
-    QStringList const literal { "<b>bold?</b> <script>x</script>", "a < b > c", "R&D",
-        "   foo     1.0-1\tinstalled  " };
-    Log::EntryList list;
-    for (QString const& text : literal + QStringList { "x &lt; y, Tom &amp; Jerry &copy;" })
-        list.append(Log::Output, 0, text);
-    Log::Window window(list);
-    show(window);
-    // Ampersands are left alone on purpose: entities reach the display as characters.
-    QCOMPARE(Log::Window::escape("<a\tb c> &amp;"), "&lt;a&#x0009;b&#x0020;c&gt;&#x0020;&amp;");
-    QCOMPARE(lines(window), literal + QStringList { QString::fromUtf8("x < y, Tom & Jerry ©") });
-}
-
-void TestLogWindow::rebuildIsIdenticalAndScrolled()
-{
-    Log::EntryList list;
-    for (int level = 0; level <= 10; ++level)
-        for (int kind = 0; kind <= 5; ++kind)
-            list.append(
-                Log::Kind(kind), quint32(level), QString("kind %1 level %2 <tag> & x").arg(kind).arg(level));
-    Log::Window window(list);
-    window.setLevel(10);
-    show(window);
-    // Opened after the entries came, it shows them all, scrolled to the end.
-    QScrollBar const* bar = areaOf(window)->verticalScrollBar();
-    QVERIFY(bar->maximum() > 0);
-    QTRY_COMPARE(bar->value(), bar->maximum());
-    QString const html = areaOf(window)->toHtml();
-    for (int level : { 0, 5, 2, 10 }) {
-        window.setLevel(level);
-        QCOMPARE(areaOf(window)->document()->blockCount(), 6 * (level + 1));
+        list.append(Log::Info, 0, "text");
+        show(window);
+        QTest::keyClick(&window, Qt::Key_A);
+        QVERIFY(window.isVisible());
+        QTest::keyClick(&window, Qt::Key_Escape);
+        QVERIFY(!window.isVisible());
+        show(window);
+        auto* close = window.findChild<QPushButton*>();
+        QCOMPARE(close->text(), "&Close");
+        QCOMPARE(close->toolTip(), "Close the Log Window");
+        close->click();
+        QVERIFY(!window.isVisible());
+        QCOMPARE(lines(window), QStringList { "text" });
     }
-    QCOMPARE(areaOf(window)->toHtml(), html);
-}
 
-void TestLogWindow::connectedOnlyWhileVisible()
-{
-    Log::EntryList list;
-    Log::Window window(list);
-    list.append(Log::Info, 0, "one");
-    QApplication::processEvents();
-    QVERIFY(lines(window).isEmpty());
-    show(window);
-    QCOMPARE(lines(window), QStringList { "one" });
-    list.append(Log::Info, 0, "two");
-    QTRY_COMPARE(lines(window), QStringList({ "one", "two" }));
+    void threshold_data()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<int>("level");
+        QTest::addColumn<int>("threshold");
+        QTest::addColumn<QString>("colour"); // "-" for hidden, "" for plain
 
-    // Shown twice, hidden once: it must have connected only once.
-    window.show();
-    window.hide();
-    list.append(Log::Warning, 0, "three");
-    QTest::qWait(20);
-    QCOMPARE(lines(window), QStringList({ "one", "two" }));
-    window.show();
-    QCOMPARE(lines(window), QStringList({ "one", "two", "three" }));
-}
+        QTest::newRow("info 10 at 10, minor") << 0 << 10 << 10 << Colors::minor();
+        QTest::newRow("info 10 at 9") << 0 << 10 << 9 << "-";
+        QTest::newRow("info 9 at 9, plain") << 0 << 9 << 9 << "";
+        QTest::newRow("output") << 1 << 2 << 2 << Colors::ok();
+        QTest::newRow("warning") << 2 << 0 << 2 << Colors::warning();
+        QTest::newRow("error") << 3 << 0 << 0 << Colors::error();
+        QTest::newRow("error above the threshold") << 3 << 5 << 4 << "-";
+        QTest::newRow("unknown kind as error") << 9 << 1 << 2 << Colors::error();
+        QTest::newRow("action heading") << 4 << 0 << 2 << Colors::action();
+    }
 
-void TestLogWindow::workThreadsAppend()
-{
-    Log::EntryList list;
-    Log::Window window(list);
-    window.setLevel(10);
-    show(window);
-    int const count = 1500;
-    auto writer = [&list](QString const& name) {
-        for (int i = 0; i < count; ++i)
-            list.append(Log::Output, quint32(i % 11), QString("%1 %2").arg(name, QString::number(i)));
-    };
+    void threshold()
+    {
+        QFETCH(int, kind);
+        QFETCH(int, level);
+        QFETCH(int, threshold);
+        QFETCH(QString, colour);
+        bool const heading = kind == Log::Action;
 
-    // wait() runs no events: a window called on the writer's thread would
-    // already show the lines.
-    std::unique_ptr<QThread> first(QThread::create(writer, QString("a")));
-    first->start();
-    QVERIFY(first->wait(30000));
-    QVERIFY(lines(window).isEmpty());
+        Log::EntryList list;
+        list.append(Log::Info, 0, "before");
+        list.append(Log::Kind(kind), quint32(level), "the entry");
+        list.append(Log::Info, 0, "after");
+        Log::Window window(list);
+        window.setLevel(threshold);
+        show(window);
+        QCOMPARE(lines(window),
+            colour == "-" ? QStringList({ "before", "after" })
+                          : QStringList({ "before", "the entry", "after" }));
+        if (colour == "-")
+            return;
 
-    // Two more writers race the window while the user changes the level:
-    // every line arrives once, each writer's in its order.
-    std::unique_ptr<QThread> second(QThread::create(writer, QString("b")));
-    std::unique_ptr<QThread> third(QThread::create(writer, QString("c")));
-    second->start();
-    third->start();
-    for (int level = 9; !second->isFinished() || !third->isFinished(); level = 19 - level) {
+        QTextBlock const block = areaOf(window)->document()->findBlockByNumber(1);
+        QTextCharFormat const format = block.begin().fragment().charFormat();
+        if (colour.isEmpty())
+            QVERIFY(!format.hasProperty(QTextFormat::ForegroundBrush));
+        else
+            QCOMPARE(format.foreground().color(), QColor(colour));
+        QCOMPARE(format.fontWeight() >= QFont::Bold, heading);
+        QCOMPARE(format.property(QTextFormat::FontSizeAdjustment).toInt() > 0, heading);
+        QCOMPARE(block.blockFormat().topMargin(), 0.0);
+        QCOMPARE(block.blockFormat().bottomMargin(), 0.0);
+    }
+
+    void shownLiterally()
+    {
+        QStringList const literal { "<b>bold?</b> <script>x</script>", "a < b > c", "R&D",
+            "   foo     1.0-1\tinstalled  " };
+        Log::EntryList list;
+        for (QString const& text : literal + QStringList { "x &lt; y, Tom &amp; Jerry &copy;" })
+            list.append(Log::Output, 0, text);
+        Log::Window window(list);
+        show(window);
+        // Ampersands are left alone on purpose: entities reach the display as characters.
+        QCOMPARE(Log::Window::escape("<a\tb c> &amp;"), "&lt;a&#x0009;b&#x0020;c&gt;&#x0020;&amp;");
+        QCOMPARE(lines(window), literal + QStringList { QString::fromUtf8("x < y, Tom & Jerry ©") });
+    }
+
+    void rebuildIsIdenticalAndScrolled()
+    {
+        Log::EntryList list;
+        for (int level = 0; level <= 10; ++level)
+            for (int kind = 0; kind <= 5; ++kind)
+                list.append(Log::Kind(kind), quint32(level),
+                    QString("kind %1 level %2 <tag> & x").arg(kind).arg(level));
+        Log::Window window(list);
+        window.setLevel(10);
+        show(window);
+        // Opened after the entries came, it shows them all, scrolled to the end.
+        QScrollBar const* bar = areaOf(window)->verticalScrollBar();
+        QVERIFY(bar->maximum() > 0);
+        QTRY_COMPARE(bar->value(), bar->maximum());
+        QString const html = areaOf(window)->toHtml();
+        for (int level : { 0, 5, 2, 10 }) {
+            window.setLevel(level);
+            QCOMPARE(areaOf(window)->document()->blockCount(), 6 * (level + 1));
+        }
+        QCOMPARE(areaOf(window)->toHtml(), html);
+    }
+
+    void connectedOnlyWhileVisible()
+    {
+        Log::EntryList list;
+        Log::Window window(list);
+        list.append(Log::Info, 0, "one");
         QApplication::processEvents();
-        window.setLevel(level);
+        QVERIFY(lines(window).isEmpty());
+        show(window);
+        QCOMPARE(lines(window), QStringList { "one" });
+        list.append(Log::Info, 0, "two");
+        QTRY_COMPARE(lines(window), QStringList({ "one", "two" }));
+
+        // Shown twice, hidden once: it must have connected only once.
+        window.show();
+        window.hide();
+        list.append(Log::Warning, 0, "three");
+        QTest::qWait(20);
+        QCOMPARE(lines(window), QStringList({ "one", "two" }));
+        window.show();
+        QCOMPARE(lines(window), QStringList({ "one", "two", "three" }));
     }
-    window.setLevel(10);
-    QTRY_COMPARE(lines(window).size(), 3 * count);
-    QHash<QChar, int> next;
-    for (QString const& line : lines(window)) {
-        int const n = next[line[0]]++;
-        QCOMPARE(line, QString("%1 %2").arg(line[0]).arg(n));
+
+    void workThreadsAppend()
+    {
+        Log::EntryList list;
+        Log::Window window(list);
+        window.setLevel(10);
+        show(window);
+        int const count = 1500;
+        auto writer = [&list](QString const& name) {
+            for (int i = 0; i < count; ++i)
+                list.append(Log::Output, quint32(i % 11), QString("%1 %2").arg(name, QString::number(i)));
+        };
+
+        // wait() runs no events: a window called on the writer's thread would
+        // already show the lines.
+        std::unique_ptr<QThread> first(QThread::create(writer, QString("a")));
+        first->start();
+        QVERIFY(first->wait(30000));
+        QVERIFY(lines(window).isEmpty());
+
+        // Two more writers race the window while the user changes the level:
+        // every line arrives once, each writer's in its order.
+        std::unique_ptr<QThread> second(QThread::create(writer, QString("b")));
+        std::unique_ptr<QThread> third(QThread::create(writer, QString("c")));
+        second->start();
+        third->start();
+        for (int level = 9; !second->isFinished() || !third->isFinished(); level = 19 - level) {
+            QApplication::processEvents();
+            window.setLevel(level);
+        }
+        window.setLevel(10);
+        QTRY_COMPARE(lines(window).size(), 3 * count);
+        QHash<QChar, int> next;
+        for (QString const& line : lines(window)) {
+            int const n = next[line[0]]++;
+            QCOMPARE(line, QString("%1 %2").arg(line[0]).arg(n));
+        }
+        QCOMPARE(next, (QHash<QChar, int> { { 'a', count }, { 'b', count }, { 'c', count } }));
     }
-    QCOMPARE(next, (QHash<QChar, int> { { 'a', count }, { 'b', count }, { 'c', count } }));
-}
+};
 
 QTEST_MAIN(TestLogWindow)
 #include "tst_logwindow.moc"

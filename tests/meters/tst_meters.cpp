@@ -5,7 +5,6 @@
 #include "widgets/HProgressBar.h"
 #include "yumio/YumIOMeters.h"
 
-#include <QSemaphore>
 #include <QThread>
 #include <memory>
 
@@ -403,13 +402,12 @@ private Q_SLOTS:
         QCOMPARE(session.itemEnd(), 52000);
     }
 
+    // A batch takes a download's share for its bytes (the rules are applyStart's).
     void applyBatchShare_data()
     {
         columns<bool, bool, qint64, int>("confirmed", "multi", "bytes", "share");
         row("multi-file yum", true, true, qint64(3000), 3000);
         row("small batch, plain yum", true, false, qint64(3000), 10240);
-        row("large batch, plain yum", true, false, qint64(30000), 30000);
-        row("headers", false, true, qint64(3000), 10);
     }
     void applyBatchShare()
     {
@@ -495,39 +493,6 @@ private Q_SLOTS:
         session.attach(2000);
         session.applyGrabMeterStart(meter(5), QStringLiteral("c.rpm"), 100, QString());
         QCOMPARE(session.itemEnd(), 1100);
-    }
-
-    // As in a collection: the model is made on the work thread that runs
-    // yum, and the bars hear of it through the queue.
-    void workerThreadReachesBars()
-    {
-        Session session(true, false, false);
-        session.repos = 2;
-        QSemaphore checked;
-        std::unique_ptr<QThread> worker(QThread::create([&session, &checked] {
-            session.attach(1000);
-            session.resetCollectMeters();
-            session.collectGrabMeterStart(meter(0), QStringLiteral("/c/base/repomd.xml"), 10, QString());
-            session.collectGrabMeterStart(meter(1), QStringLiteral("/c/updates/repomd.xml"), 10, QString());
-            session.collectGrabMultiMeterStart(2, 300);
-            session.collectGrabMeterStart(meter(2), QString(), 100, QStringLiteral("base/primary"));
-            session.collectGrabMeterStart(meter(3), QString(), 200, QStringLiteral("updates/primary"));
-            checked.acquire(); // while the GUI thread looks at the bars
-            session.collectGrabMultiMeterEnd();
-            session.collectProgress(-1, -1, QStringLiteral("updates"));
-            session.model.reset(); // the model goes with the operation
-        }));
-        worker->start();
-        QTRY_COMPARE(
-            session.item.activity(), QStringLiteral("Downloading repository contents for 2 repositories"));
-        QCOMPARE(session.item.maximum(), 300);
-        QCOMPARE(session.total.value(), 4);
-        checked.release();
-        QVERIFY(worker->wait(10000));
-        // The model's end reset the bars.
-        QTRY_VERIFY(!session.item.isEnabled());
-        QVERIFY(session.errors.isEmpty());
-        QCOMPARE(session.collectActCounter, 10);
     }
 };
 

@@ -60,7 +60,7 @@ private Q_SLOTS:
     }
     void cleanupTestCase()
     {
-        QVERIFY2(sandbox.reports.isEmpty(), qPrintable(sandbox.reports.join(QLatin1Char('\n'))));
+        QVERIFY2(sandbox.dialogs.dialogs.isEmpty(), qPrintable(sandbox.dialogs.summary()));
     }
     void init()
     {
@@ -218,8 +218,6 @@ private Q_SLOTS:
         row("available", "sv-app", int(Package::Ordinary), available);
         row("installed", "sv-release", int(Package::Ordinary),
             QList<int> { int(Package::Remove), int(Package::NoAction), int(Package::Remove) });
-        row("group out of date", "SORVAN Core", int(Package::Group), outOfDate);
-        row("group available", "SORVAN Desktop", int(Package::Group), available);
     }
     void toggleCycle()
     {

@@ -121,7 +121,6 @@ private Q_SLOTS:
         char const* plain = "[main]\ncachedir=/var/cache/x\n";
         char const* twoUrls = "[a]\nbaseurl=file:///a/\n        file:///b/\n";
         row("continuation URLs", plain, "[a]\nbaseurl=file:///a/\n  file:///b/\n", plain, twoUrls);
-        row("URLs on one line", plain, "[a]\nbaseurl=file:///a/ file:///b/\n", plain, twoUrls);
         row("trailing blank after URL", plain, "[a]\nbaseurl=file:///a/ \n", plain,
             "[a]\nbaseurl=file:///a/\n        \n");
         row("keys reordered, others after them", plain,
@@ -217,7 +216,6 @@ private Q_SLOTS:
         row("three times, every pair listed", "a,a,b,a", QMessageBox::Yes, dups("a, a, a"), "1 3");
         row("two identifiers twice", "b,a,b,a", QMessageBox::Yes, dups("b, a"), "1 2");
         row("both, on two lines", ",a,,a", QMessageBox::Yes, noId + "\n" + dups(", a"), "2");
-        row("escape means no", "a,a", QMessageBox::Cancel, dups("a"), "");
     }
     void checkErrors()
     {
@@ -265,7 +263,6 @@ private Q_SLOTS:
     void holdsPassword_data()
     {
         columns<QByteArray, bool>("content", "secret");
-        row("plain", QByteArray("[a]\nbaseurl=https://h/repo/\n"), false);
         row("buffet query form", QByteArray("baseurl=https://h/buffet?u=&p=&path=/x\n"), true);
         row("buffet without path", QByteArray("baseurl=https://h/buffet?u=a&p=b\n"), false);
         row("buffet path form", QByteArray("mirrorlist=https://h/rhel/u=a/p=b/list\n"), true);

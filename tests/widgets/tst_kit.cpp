@@ -1,8 +1,9 @@
-// The rest of the widget kit: the warning label, menus with tool-tips, the
-// tool-tip window, and the dialogs.
+// The widget kit: the progress bar, the text area, the warning label, menus
+// with tool-tips, the tool-tip window, and the dialogs.
 #include "widgets/GeneralTip.h"
 #include "widgets/HFrameLabel.h"
 #include "widgets/HMenu.h"
+#include "widgets/HProgressBar.h"
 #include "widgets/HTextEdit.h"
 #include "widgets/ScrollableConfirmDialog.h"
 #include "widgets/ScrollableErrorDialog.h"
@@ -11,16 +12,43 @@
 #include <QGridLayout>
 #include <QHelpEvent>
 #include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
 #include <QPushButton>
 #include <QScreen>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
+#include <QTextBlock>
 #include <QTimer>
 #include <QToolTip>
+#include <QVBoxLayout>
 
 namespace
 {
+// Asks `widget` for its tool-tip at `pos`; true when it took the request.
+bool askToolTip(QWidget* widget, QPoint pos)
+{
+    QHelpEvent event(QEvent::ToolTip, pos, widget->mapToGlobal(pos));
+    QApplication::sendEvent(widget, &event);
+    return event.isAccepted();
+}
+
+// A text area above another field, in an active window.
+struct EditForm {
+    QWidget window;
+    HTextEdit* edit = new HTextEdit(&window);
+    QLineEdit* other = new QLineEdit(&window);
+    EditForm()
+    {
+        auto* layout = new QVBoxLayout(&window);
+        layout->addWidget(edit);
+        layout->addWidget(other);
+        window.show();
+        window.activateWindow();
+    }
+};
+
 // The text a tip shows; its owner keeps it, as a progress minion does.
 struct Source {
     int builds = 0;
@@ -85,255 +113,411 @@ class TestKit : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void frameLabelDrawsNothingWithoutText();
-    void menuShowsToolTips();
-    void tipGoesAway_data();
-    void tipGoesAway();
-    void liveTipFollowsItsSource();
-    void dialogShowingAndHiding();
-    void confirm_data();
-    void confirm();
-    void errorDialogFitsTheScreen_data();
-    void errorDialogFitsTheScreen();
-};
-
-void TestKit::frameLabelDrawsNothingWithoutText()
-{
-    QColor const grey(200, 200, 200);
-    for (QString const text : { "Unlisted Actions", "" }) {
-        QWidget window;
-        window.setPalette(QPalette(grey));
-        window.setAutoFillBackground(true);
-        auto* label = new HFrameLabel("Unlisted Actions", &window);
-        QPalette yellow = label->palette();
-        yellow.setColor(QPalette::Window, Qt::yellow);
-        label->setPalette(yellow);
-        label->setFixedSize(label->sizeHint());
-        label->setText(text);
-        label->move(10, 10);
-        window.resize(label->width() + 20, label->height() + 20);
-
-        // Filled inside the frame left of any text; with no text, not even a frame.
-        QImage const image = window.grab(label->geometry()).toImage();
-        QCOMPARE(image.pixelColor(label->frameWidth() + 1, label->height() / 2),
-            text.isEmpty() ? grey : QColor(Qt::yellow));
-        for (int y = 0; text.isEmpty() && y < image.height(); ++y)
-            for (int x = 0; x < image.width(); ++x)
-                QCOMPARE(image.pixelColor(x, y), grey);
+    void barText_data()
+    {
+        QTest::addColumn<QString>("activity");
+        QTest::addColumn<int>("value"); // -1: none yet
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("percentage only") << "" << 40 << "40%";
+        QTest::newRow("activity and percentage") << "Downloading" << 40 << "Downloading (40%)";
+        QTest::newRow("activity before any value") << "Resolving" << -1 << "Resolving";
     }
-}
+    void barText()
+    {
+        QFETCH(QString, activity);
+        QFETCH(int, value);
+        HProgressBar bar;
+        bar.setRange(0, 100);
+        if (value >= 0)
+            bar.setValue(value);
+        bar.setActivity(activity);
+        QTEST(bar.text(), "expected");
 
-void TestKit::menuShowsToolTips()
-{
-    QWidget window;
-    HMenu menu("&Cache", &window);
-    QAction* action = menu.addAction("Clean Packages");
-    action->setToolTip(
-        "Clean RPM packages cached locally in /var/cache/dnf\n(useful for recovering disk space)");
-    window.show();
-    menu.popup(window.mapToGlobal(QPoint(0, 0)));
-    QVERIFY(QTest::qWaitForWindowExposed(&menu));
-    QPoint const pos = menu.actionGeometry(action).center();
-    QHelpEvent event(QEvent::ToolTip, pos, menu.mapToGlobal(pos));
-    QApplication::sendEvent(&menu, &event);
-    QTRY_VERIFY(QToolTip::isVisible());
-    QCOMPARE(QToolTip::text(), action->toolTip());
-    QToolTip::hideText();
-}
-
-void TestKit::tipGoesAway_data()
-{
-    QTest::addColumn<QString>("cause");
-    QTest::addColumn<bool>("stays");
-
-    QTest::newRow("key press") << "key" << false;
-    QTest::newRow("click") << "click" << false;
-    QTest::newRow("pointer leaves the widget") << "leave" << false;
-    QTest::newRow("pointer moves outside the widget") << "move outside" << false;
-    QTest::newRow("pointer moves inside the widget") << "move inside" << true;
-    QTest::newRow("widget hidden") << "hide" << false;
-    QTest::newRow("widget deleted") << "delete" << false;
-}
-
-void TestKit::tipGoesAway()
-{
-    QFETCH(QString, cause);
-    QFETCH(bool, stays);
-    QWidget window;
-    auto* widget = new QWidget(&window);
-    widget->setGeometry(20, 20, 200, 30);
-    window.resize(300, 100);
-    window.show();
-    window.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    Source source;
-    GeneralTip::showTip(widget->mapToGlobal(QPoint(5, 5)), build, &source, widget, true);
-    QPointer<GeneralTip> tip = GeneralTip::current();
-    QVERIFY(tip);
-
-    auto move = [&](QWidget* to, QPoint local) {
-        QMouseEvent event(QEvent::MouseMove, local, to->mapToGlobal(local), Qt::NoButton, Qt::NoButton, {});
-        QApplication::sendEvent(to, &event);
-    };
-    QEvent leave(QEvent::Leave);
-    if (cause == "key")
-        QTest::keyClick(&window, Qt::Key_A);
-    else if (cause == "click")
-        QTest::mouseClick(&window, Qt::LeftButton, {}, QPoint(5, 5));
-    else if (cause == "leave")
-        QApplication::sendEvent(widget, &leave);
-    else if (cause == "move outside")
-        move(&window, QPoint(250, 80));
-    else if (cause == "move inside")
-        move(widget, QPoint(100, 15));
-    else if (cause == "hide")
-        widget->hide();
-    else
-        delete widget;
-    QApplication::processEvents();
-    QCOMPARE(GeneralTip::current() != nullptr, stays);
-    if (stays)
-        QVERIFY(tip && tip->isVisible());
-    else
-        QTRY_VERIFY(tip.isNull());
-    GeneralTip::hideTip();
-}
-
-void TestKit::liveTipFollowsItsSource()
-{
-    QWidget widget;
-    widget.show();
-    Source live, still;
-    QRect const screen = widget.screen()->availableGeometry();
-    GeneralTip::showTip(screen.center(), build, &live, &widget, true);
-    QPointer<GeneralTip> const tip = GeneralTip::current();
-    live.text = "512 / 1024";
-    QTRY_VERIFY_WITH_TIMEOUT(live.builds >= 2, 5 * GeneralTip::refreshInterval);
-    QCOMPARE(GeneralTip::current(), tip);
-    // The old content is replaced, not piled up.
-    QCOMPARE(labels(tip), QStringList({ "foo-1.0-1.noarch.rpm", "512 / 1024" }));
-    QVERIFY(tip->width() >= tip->layout()->sizeHint().width());
-
-    // One tip at a time.  Near the corner it stays on the screen and never
-    // covers the pointer; one that is not live is built once.
-    QPoint const corner = screen.bottomRight() - QPoint(3, 3);
-    GeneralTip::showTip(corner, build, &still, &widget, false);
-    QTRY_VERIFY(tip.isNull());
-    QRect const frame = GeneralTip::current()->frameGeometry();
-    QVERIFY(screen.contains(frame) && frame.bottom() < corner.y());
-    QTest::qWait(3 * GeneralTip::refreshInterval);
-    QCOMPARE(still.builds, 1);
-    GeneralTip::hideTip();
-}
-
-void TestKit::dialogShowingAndHiding()
-{
-    // hidden() follows every hiding, by whatever path.
-    GuardedDialog dialog;
-    QSignalSpy hidden(&dialog, &HDialog::hidden);
-    for (QString const path : { "accept", "hide", "escape" }) {
-        whenShown(&dialog, [&] {
-            if (path == "accept")
-                dialog.accept();
-            else if (path == "hide")
-                dialog.hide();
-            else
-                QTest::keyClick(&dialog, Qt::Key_Escape);
-        });
-        QCOMPARE(dialog.exec(), path == "accept" ? int(QDialog::Accepted) : int(QDialog::Rejected));
-        QVERIFY(!dialog.isVisible());
+        // reset() forgets the activity: only the toolkit's text is left.
+        bar.reset();
+        bar.setValue(40);
+        QCOMPARE(bar.text(), bar.QProgressBar::text());
     }
-    QCOMPARE(hidden.count(), 3);
-    QCOMPARE(dialog.asked, 3);
 
-    // A refused dialog stays hidden, and exec() returns at once instead of
-    // waiting for a dialog nobody can see or close.
-    dialog.allowed = false;
-    QTimer::singleShot(3000, &dialog, [&] { dialog.done(-1); });
-    QCOMPARE(dialog.exec(), int(QDialog::Rejected));
-    dialog.show();
-    QVERIFY(!dialog.isVisible());
-    QCOMPARE(dialog.asked, 5);
-    QCOMPARE(hidden.count(), 3);
-}
-
-void TestKit::confirm_data()
-{
-    QTest::addColumn<bool>("named"); // the buttons' own texts, or the defaults
-    QTest::addColumn<QString>("answer");
-    QTest::addColumn<int>("result");
-
-    QTest::newRow("accepted") << true << "accept" << int(QDialog::Accepted);
-    QTest::newRow("rejected, default texts") << false << "reject" << int(QDialog::Rejected);
-    // The default button must not be the one that changes the system.
-    QTest::newRow("enter") << true << "enter" << int(QDialog::Rejected);
-    QTest::newRow("escape") << true << "escape" << int(QDialog::Rejected);
-}
-
-void TestKit::confirm()
-{
-    QFETCH(bool, named);
-    QFETCH(QString, answer);
-    QString const text = "Transaction to be performed:\n\tInstall: foo 1.0-1 (noarch) [local]\n"
-                         "\tRemove: <baz> 0.9-1 (noarch)\nTotal download size: 1.2 M\n";
-    QWidget parent;
-    ScrollableConfirmDialog dialog(text, named ? "Cancel" : "", named ? "Apply" : "", &parent);
-    QCOMPARE(dialog.rejectButton()->text(), named ? "Cancel" : "&No");
-    QCOMPARE(dialog.acceptButton()->text(), named ? "Apply" : "&Yes");
-    QCOMPARE(dialog.findChild<HTextEdit*>()->toPlainText(), text);
-    bool scrolled = true;
-    whenShown(&dialog, [&] {
-        scrolled = scrolls(&dialog);
-        if (answer == "accept")
-            dialog.acceptButton()->click();
-        else if (answer == "reject")
-            dialog.rejectButton()->click();
-        else if (answer == "escape")
-            QTest::keyClick(&dialog, Qt::Key_Escape);
-        else {
-            // Also after the user has clicked into the text to read it.
-            HTextEdit* area = dialog.findChild<HTextEdit*>();
-            area->setFocus(Qt::MouseFocusReason);
-            QTest::keyClick(area, Qt::Key_Return);
+    void barRepaintsOnlyForNewActivity()
+    {
+        struct PaintCounter : QObject {
+            int count = 0;
+            bool eventFilter(QObject*, QEvent* event) override
+            {
+                count += event->type() == QEvent::Paint;
+                return false;
+            }
+        } counter;
+        auto settle = [] {
+            QApplication::processEvents();
+            QTest::qWait(30);
+        };
+        HProgressBar bar;
+        bar.resize(300, 30);
+        bar.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&bar));
+        settle();
+        bar.installEventFilter(&counter);
+        for (auto [activity, paints] :
+            { std::pair { "Downloading", 1 }, { "Downloading", 1 }, { "Checking", 2 } }) {
+            bar.setActivity(activity);
+            settle();
+            QCOMPARE(counter.count, paints);
         }
-    });
-    QTEST(dialog.exec(), "result");
-    // A short transaction is shown whole.
-    QVERIFY(!scrolled);
-}
+    }
 
-void TestKit::errorDialogFitsTheScreen_data()
-{
-    QTest::addColumn<int>("lines");
-    QTest::addColumn<bool>("scrolls");
-    QTest::newRow("a walkback") << 15 << false;
-    QTest::newRow("one very long line") << 0 << false;
-    QTest::newRow("pages of output") << 600 << true;
-}
+    void barToolTip_data()
+    {
+        QTest::addColumn<bool>("active");
+        QTest::addColumn<bool>("alwaysShow");
+        QTest::addColumn<bool>("emitted");
+        QTest::newRow("active window") << true << false << true;
+        QTest::newRow("inactive window") << false << false << false;
+        QTest::newRow("inactive window that always shows tips") << false << true << true;
+    }
+    void barToolTip()
+    {
+        QFETCH(bool, active);
+        QFETCH(bool, alwaysShow);
+        QFETCH(bool, emitted);
+        QWidget window, other;
+        window.setAttribute(Qt::WA_AlwaysShowToolTips, alwaysShow);
+        auto* bar = new HProgressBar(&window);
+        window.show();
+        QWidget* const front = active ? &window : &other;
+        front->show();
+        front->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(front));
 
-void TestKit::errorDialogFitsTheScreen()
-{
-    QFETCH(int, lines);
-    // A very long line is wrapped rather than cut off at the side.
-    QString text = lines ? "" : "Cannot download repomd.xml: " + QString(300, 'x');
-    for (int i = 0; i < lines; ++i)
-        text += QString("  File \"/usr/lib/python3/dnf/base.py\", line %1\n").arg(i);
-    ScrollableErrorDialog dialog(text);
-    HTextEdit* area = dialog.findChild<HTextEdit*>();
-    QCOMPARE(area->toPlainText(), text);
-    bool scrolled = false;
-    whenShown(&dialog, [&] {
-        scrolled = scrolls(&dialog);
-        QList<QPushButton*> const buttons = dialog.findChildren<QPushButton*>();
-        QCOMPARE(buttons.size(), 1);
-        buttons.first()->click();
-    });
-    QCOMPARE(dialog.exec(), int(QDialog::Accepted));
-    QRect const available = dialog.screen()->availableGeometry();
-    QVERIFY(dialog.width() <= available.width() && dialog.height() <= available.height());
-    QTEST(scrolled, "scrolls");
-    QCOMPARE(area->horizontalScrollBar()->maximum(), 0);
-}
+        QSignalSpy spy(bar, &HProgressBar::toolTip);
+        QCOMPARE(askToolTip(bar, QPoint(12, 10)), emitted);
+        QCOMPARE(spy.count(), emitted ? 1 : 0);
+        if (emitted)
+            QCOMPARE(spy.at(0).at(0).toPoint(), QPoint(12, 10));
+        // The owner decides what to show; the toolkit's own tip never appears.
+        QVERIFY(!QToolTip::isVisible());
+    }
+
+    void appendCompact_data()
+    {
+        QTest::addColumn<QStringList>("texts");
+        QTest::addColumn<QStringList>("blocks");
+        QTest::newRow("lines and a heading")
+            << QStringList { "one", "<h2><font color=\"blue\">Applying</font></h2>", "" }
+            << QStringList { "one", "Applying", "" };
+        // A fragment of several blocks brings its own margins, which plain
+        // append() would pass on to every later paragraph.
+        QTest::newRow("several blocks, then a line") << QStringList { "<h2>first</h2><p>second</p>", "after" }
+                                                     << QStringList { "first", "second", "after" };
+    }
+    void appendCompact()
+    {
+        QFETCH(QStringList, texts);
+        HTextEdit edit;
+        for (QString const& text : texts) {
+            edit.appendCompact(text);
+            QTextBlockFormat const last = edit.document()->lastBlock().blockFormat();
+            QCOMPARE(last.topMargin(), 0.0);
+            QCOMPARE(last.bottomMargin(), 0.0);
+        }
+        QStringList found;
+        for (QTextBlock block = edit.document()->begin(); block.isValid(); block = block.next())
+            found << block.text();
+        QTEST(found, "blocks");
+    }
+
+    void editFocusOut_data()
+    {
+        QTest::addColumn<int>("reason");
+        QTest::addColumn<QString>("popupParent"); // "", "edit" or "other"
+        QTest::addColumn<bool>("finished");
+        QTest::newRow("tab") << int(Qt::TabFocusReason) << "" << true;
+        QTest::newRow("pop-up opened") << int(Qt::PopupFocusReason) << "" << false;
+        QTest::newRow("own pop-up active") << int(Qt::ActiveWindowFocusReason) << "edit" << false;
+        QTest::newRow("someone else's pop-up active") << int(Qt::ActiveWindowFocusReason) << "other" << true;
+    }
+    void editFocusOut()
+    {
+        QFETCH(int, reason);
+        QFETCH(QString, popupParent);
+        EditForm form;
+        QVERIFY(QTest::qWaitForWindowExposed(&form.window));
+        QMenu menu(popupParent == "edit" ? static_cast<QWidget*>(form.edit) : form.other);
+        menu.addAction("Item");
+        if (!popupParent.isEmpty()) {
+            menu.popup(form.window.mapToGlobal(QPoint(10, 10)));
+            QTRY_VERIFY(QApplication::activePopupWidget() == &menu);
+        }
+        QSignalSpy spy(form.edit, &HTextEdit::editingFinished);
+        QFocusEvent event(QEvent::FocusOut, Qt::FocusReason(reason));
+        QApplication::sendEvent(form.edit, &event);
+        QTEST(spy.count() == 1, "finished");
+    }
+
+    void editContextMenuDoesNotFinishEditing()
+    {
+        EditForm form;
+        HTextEdit* const edit = form.edit;
+        QVERIFY(QTest::qWaitForWindowActive(&form.window));
+        edit->setFocus(Qt::OtherFocusReason);
+        QTRY_VERIFY(edit->hasFocus());
+
+        QSignalSpy spy(edit, &HTextEdit::editingFinished);
+        struct FocusOuts : QObject {
+            QList<Qt::FocusReason> reasons;
+            bool eventFilter(QObject*, QEvent* event) override
+            {
+                if (event->type() == QEvent::FocusOut)
+                    reasons << static_cast<QFocusEvent*>(event)->reason();
+                return false;
+            }
+        } focusOuts;
+        edit->installEventFilter(&focusOuts);
+        QPoint const pos = edit->viewport()->rect().center();
+        QContextMenuEvent menuEvent(QContextMenuEvent::Mouse, pos, edit->viewport()->mapToGlobal(pos));
+        QApplication::sendEvent(edit->viewport(), &menuEvent);
+        QTRY_VERIFY(QApplication::activePopupWidget() != nullptr);
+        // The edit was told that it lost the focus, for the pop-up.
+        QCOMPARE(focusOuts.reasons, QList<Qt::FocusReason> { Qt::PopupFocusReason });
+        QApplication::activePopupWidget()->close();
+        QTRY_VERIFY(edit->hasFocus());
+        QCOMPARE(spy.count(), 0);
+
+        // Leaving for another field does finish the edit.
+        form.other->setFocus(Qt::TabFocusReason);
+        QTRY_COMPARE(spy.count(), 1);
+    }
+
+    void frameLabelDrawsNothingWithoutText()
+    {
+        QColor const grey(200, 200, 200);
+        for (QString const text : { "Unlisted Actions", "" }) {
+            QWidget window;
+            window.setPalette(QPalette(grey));
+            window.setAutoFillBackground(true);
+            auto* label = new HFrameLabel("Unlisted Actions", &window);
+            QPalette yellow = label->palette();
+            yellow.setColor(QPalette::Window, Qt::yellow);
+            label->setPalette(yellow);
+            label->setFixedSize(label->sizeHint());
+            label->setText(text);
+            label->move(10, 10);
+            window.resize(label->width() + 20, label->height() + 20);
+
+            // Filled inside the frame left of any text; with no text, not even a frame.
+            QImage const image = window.grab(label->geometry()).toImage();
+            QCOMPARE(image.pixelColor(label->frameWidth() + 1, label->height() / 2),
+                text.isEmpty() ? grey : QColor(Qt::yellow));
+            for (int y = 0; text.isEmpty() && y < image.height(); ++y)
+                for (int x = 0; x < image.width(); ++x)
+                    QCOMPARE(image.pixelColor(x, y), grey);
+        }
+    }
+
+    void menuShowsToolTips()
+    {
+        QWidget window;
+        HMenu menu("&Cache", &window);
+        QAction* action = menu.addAction("Clean Packages");
+        action->setToolTip(
+            "Clean RPM packages cached locally in /var/cache/dnf\n(useful for recovering disk space)");
+        window.show();
+        menu.popup(window.mapToGlobal(QPoint(0, 0)));
+        QVERIFY(QTest::qWaitForWindowExposed(&menu));
+        askToolTip(&menu, menu.actionGeometry(action).center());
+        QTRY_VERIFY(QToolTip::isVisible());
+        QCOMPARE(QToolTip::text(), action->toolTip());
+        QToolTip::hideText();
+    }
+
+    void tipGoesAway_data()
+    {
+        QTest::addColumn<QString>("cause");
+        QTest::addColumn<bool>("stays");
+        QTest::newRow("key press") << "key" << false;
+        QTest::newRow("click") << "click" << false;
+        QTest::newRow("pointer leaves the widget") << "leave" << false;
+        QTest::newRow("pointer moves outside the widget") << "move outside" << false;
+        QTest::newRow("pointer moves inside the widget") << "move inside" << true;
+        QTest::newRow("widget hidden") << "hide" << false;
+        QTest::newRow("widget deleted") << "delete" << false;
+    }
+    void tipGoesAway()
+    {
+        QFETCH(QString, cause);
+        QFETCH(bool, stays);
+        QWidget window;
+        auto* widget = new QWidget(&window);
+        widget->setGeometry(20, 20, 200, 30);
+        window.resize(300, 100);
+        window.show();
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        Source source;
+        GeneralTip::showTip(widget->mapToGlobal(QPoint(5, 5)), build, &source, widget, true);
+        QPointer<GeneralTip> tip = GeneralTip::current();
+        QVERIFY(tip);
+
+        auto move = [&](QWidget* to, QPoint local) {
+            QMouseEvent event(
+                QEvent::MouseMove, local, to->mapToGlobal(local), Qt::NoButton, Qt::NoButton, {});
+            QApplication::sendEvent(to, &event);
+        };
+        QEvent leave(QEvent::Leave);
+        if (cause == "key")
+            QTest::keyClick(&window, Qt::Key_A);
+        else if (cause == "click")
+            QTest::mouseClick(&window, Qt::LeftButton, {}, QPoint(5, 5));
+        else if (cause == "leave")
+            QApplication::sendEvent(widget, &leave);
+        else if (cause == "move outside")
+            move(&window, QPoint(250, 80));
+        else if (cause == "move inside")
+            move(widget, QPoint(100, 15));
+        else if (cause == "hide")
+            widget->hide();
+        else
+            delete widget;
+        QApplication::processEvents();
+        QCOMPARE(GeneralTip::current() != nullptr, stays);
+        if (stays)
+            QVERIFY(tip && tip->isVisible());
+        else
+            QTRY_VERIFY(tip.isNull());
+        GeneralTip::hideTip();
+    }
+
+    void liveTipFollowsItsSource()
+    {
+        QWidget widget;
+        widget.show();
+        Source live, still;
+        QRect const screen = widget.screen()->availableGeometry();
+        GeneralTip::showTip(screen.center(), build, &live, &widget, true);
+        QPointer<GeneralTip> const tip = GeneralTip::current();
+        live.text = "512 / 1024";
+        QTRY_VERIFY_WITH_TIMEOUT(live.builds >= 2, 5 * GeneralTip::refreshInterval);
+        QCOMPARE(GeneralTip::current(), tip);
+        // The old content is replaced, not piled up.
+        QCOMPARE(labels(tip), QStringList({ "foo-1.0-1.noarch.rpm", "512 / 1024" }));
+        QVERIFY(tip->width() >= tip->layout()->sizeHint().width());
+
+        // One tip at a time.  Near the corner it stays on the screen and never
+        // covers the pointer; one that is not live is built once.
+        QPoint const corner = screen.bottomRight() - QPoint(3, 3);
+        GeneralTip::showTip(corner, build, &still, &widget, false);
+        QTRY_VERIFY(tip.isNull());
+        QRect const frame = GeneralTip::current()->frameGeometry();
+        QVERIFY(screen.contains(frame) && frame.bottom() < corner.y());
+        QTest::qWait(3 * GeneralTip::refreshInterval);
+        QCOMPARE(still.builds, 1);
+        GeneralTip::hideTip();
+    }
+
+    void dialogShowingAndHiding()
+    {
+        // hidden() follows every hiding, by whatever path.
+        GuardedDialog dialog;
+        QSignalSpy hidden(&dialog, &HDialog::hidden);
+        for (QString const path : { "accept", "hide", "escape" }) {
+            whenShown(&dialog, [&] {
+                if (path == "accept")
+                    dialog.accept();
+                else if (path == "hide")
+                    dialog.hide();
+                else
+                    QTest::keyClick(&dialog, Qt::Key_Escape);
+            });
+            QCOMPARE(dialog.exec(), path == "accept" ? int(QDialog::Accepted) : int(QDialog::Rejected));
+            QVERIFY(!dialog.isVisible());
+        }
+        QCOMPARE(hidden.count(), 3);
+        QCOMPARE(dialog.asked, 3);
+
+        // A refused dialog stays hidden, and exec() returns at once instead of
+        // waiting for a dialog nobody can see or close.
+        dialog.allowed = false;
+        QTimer::singleShot(3000, &dialog, [&] { dialog.done(-1); });
+        QCOMPARE(dialog.exec(), int(QDialog::Rejected));
+        dialog.show();
+        QVERIFY(!dialog.isVisible());
+        QCOMPARE(dialog.asked, 5);
+        QCOMPARE(hidden.count(), 3);
+    }
+
+    void confirm_data()
+    {
+        QTest::addColumn<bool>("named"); // the buttons' own texts, or the defaults
+        QTest::addColumn<QString>("answer");
+        QTest::addColumn<int>("result");
+        QTest::newRow("accepted") << true << "accept" << int(QDialog::Accepted);
+        QTest::newRow("rejected, default texts") << false << "reject" << int(QDialog::Rejected);
+        // The default button must not be the one that changes the system.
+        QTest::newRow("enter") << true << "enter" << int(QDialog::Rejected);
+    }
+    void confirm()
+    {
+        QFETCH(bool, named);
+        QFETCH(QString, answer);
+        QString const text = "Transaction to be performed:\n\tInstall: foo 1.0-1 (noarch) [local]\n"
+                             "\tRemove: <baz> 0.9-1 (noarch)\nTotal download size: 1.2 M\n";
+        QWidget parent;
+        ScrollableConfirmDialog dialog(text, named ? "Cancel" : "", named ? "Apply" : "", &parent);
+        QCOMPARE(dialog.rejectButton()->text(), named ? "Cancel" : "&No");
+        QCOMPARE(dialog.acceptButton()->text(), named ? "Apply" : "&Yes");
+        QCOMPARE(dialog.findChild<HTextEdit*>()->toPlainText(), text);
+        bool scrolled = true;
+        whenShown(&dialog, [&] {
+            scrolled = scrolls(&dialog);
+            if (answer == "accept")
+                dialog.acceptButton()->click();
+            else if (answer == "reject")
+                dialog.rejectButton()->click();
+            else {
+                // Also after the user has clicked into the text to read it.
+                HTextEdit* area = dialog.findChild<HTextEdit*>();
+                area->setFocus(Qt::MouseFocusReason);
+                QTest::keyClick(area, Qt::Key_Return);
+            }
+        });
+        QTEST(dialog.exec(), "result");
+        // A short transaction is shown whole.
+        QVERIFY(!scrolled);
+    }
+
+    void errorDialogFitsTheScreen_data()
+    {
+        QTest::addColumn<int>("lines");
+        QTest::addColumn<bool>("scrolls");
+        QTest::newRow("a walkback") << 15 << false;
+        QTest::newRow("one very long line") << 0 << false;
+        QTest::newRow("pages of output") << 600 << true;
+    }
+    void errorDialogFitsTheScreen()
+    {
+        QFETCH(int, lines);
+        // A very long line is wrapped rather than cut off at the side.
+        QString text = lines ? "" : "Cannot download repomd.xml: " + QString(300, 'x');
+        for (int i = 0; i < lines; ++i)
+            text += QString("  File \"/usr/lib/python3/dnf/base.py\", line %1\n").arg(i);
+        ScrollableErrorDialog dialog(text);
+        HTextEdit* area = dialog.findChild<HTextEdit*>();
+        QCOMPARE(area->toPlainText(), text);
+        bool scrolled = false;
+        whenShown(&dialog, [&] {
+            scrolled = scrolls(&dialog);
+            QList<QPushButton*> const buttons = dialog.findChildren<QPushButton*>();
+            QCOMPARE(buttons.size(), 1);
+            buttons.first()->click();
+        });
+        QCOMPARE(dialog.exec(), int(QDialog::Accepted));
+        QRect const available = dialog.screen()->availableGeometry();
+        QVERIFY(dialog.width() <= available.width() && dialog.height() <= available.height());
+        QTEST(scrolled, "scrolls");
+        QCOMPARE(area->horizontalScrollBar()->maximum(), 0);
+    }
+};
 
 QTEST_MAIN(TestKit)
 #include "tst_kit.moc"
