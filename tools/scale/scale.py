@@ -2,10 +2,14 @@
 """SORVAN's scale fixture: a distribution-sized set of repositories and a root.
 
     scale.py build DIR [--packages N] [--installed I] [--installed-updates U] [--seed S]
+                       [--apply-deps D] [--apply-updates A] [--no-apply-set]
 
 writes, under DIR:
   repos/scale-os/       metadata of about 95% of N packages, with a comps file
   repos/scale-updates/  metadata of the rest: newer versions, some of installed packages
+  repos/scale-apply/    real RPMs: an application that pulls in D new packages, and
+                        newer builds of A installed packages (the apply set)
+  apply-request.txt     what to mark to apply the set: "action name arch nevra" lines
   root/                 a managed root whose rpm database holds I installed packages,
                         U of which have an update in scale-updates
 
@@ -16,7 +20,7 @@ dependencies and change logs are generated from a seeded random source, so a
 given seed always makes the same distribution.  The installed packages are
 real RPMs, built as subpackages of one spec in one rpmbuild run and recorded
 with `rpm --justdb` in one transaction.  Defaults: N = 70000 (a Fedora
-release), I = 2500, U = 300.
+release), I = 2500, U = 300, D = 20, A = 50.
 
 Nothing here touches the host's rpm database, /etc or caches.
 """
