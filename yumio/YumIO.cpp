@@ -795,6 +795,9 @@ void YumIO::clear()
     }
     clearEntries();
     PyGILStateWrapper gil(true);
+    // The old engine's package data goes before the new session reads its own.
+    if (yumIO && PyObject_HasAttrString(yumIO, "close"))
+        Py_XDECREF(pyMethodCall(yumIO, "close", "()"));
     Py_CLEAR(repoDict);
     Py_CLEAR(yumIO);
     biArchs.clear();

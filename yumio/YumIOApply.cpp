@@ -236,12 +236,17 @@ bool YumIO::applyReal()
 
 bool YumIO::applyGroups()
 {
+    manuallyResolved.clear();
+    bool anyGroup = false;
+    for (Package::Entry const* entry : std::as_const(entries))
+        anyGroup = anyGroup || (entry->kind == Package::Group && entry->action != Package::NoAction);
+    if (!anyGroup)
+        return true;
     // Every entry of a name: a group member may be a row per architecture.
     QMultiHash<QString, Package::Entry*> byName;
     for (Package::Entry* entry : std::as_const(entries))
         if (entry->kind != Package::Group)
             byName.insert(entry->name, entry);
-    manuallyResolved.clear();
     for (Package::Entry* group : std::as_const(entries)) {
         if (group->kind != Package::Group)
             continue;

@@ -91,6 +91,12 @@ class YumIO:
     def flush(self):
         self._session.flush()
 
+    def close(self):
+        """Let go of the engine's package data: the program is about to make a
+        new session (the lock is the process's and stays held)."""
+        self._groupInfo = None
+        self._session.close()
+
     def isBetterThan(self, a, b):
         return self._session.isBetterThan(a, b)
 
