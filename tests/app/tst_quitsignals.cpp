@@ -40,11 +40,13 @@ private Q_SLOTS:
         QVERIFY(sorvan.waitForStarted());
         // The session holds its lock once the packages are collected.
         QFile lock(root + "/var/run/sorvan.pid");
-        QTRY_VERIFY_WITH_TIMEOUT(
-            lock.open(QIODevice::ReadOnly) && lock.readAll().trimmed().toLongLong() == sorvan.processId()
-                || (lock.close(), false),
-            120000);
-        lock.close();
+        auto locked = [&] {
+            bool const ours = lock.open(QIODevice::ReadOnly)
+                && lock.readAll().trimmed().toLongLong() == sorvan.processId();
+            lock.close();
+            return ours;
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(locked(), 120000);
 
         ::kill(pid_t(sorvan.processId()), signal);
         QVERIFY(sorvan.waitForFinished(60000));
