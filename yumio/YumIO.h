@@ -313,6 +313,10 @@ private:
     QString pkgtupFormat(PyObject* pkgtup);
     QString pkgtupRepoFormat(PyObject* pkgtup, QString const& repoid);
     PyObject* findRelation(PyObject* relations, QString const& name);
+    // Calls `each` with every item of an iterable until it returns false;
+    // false then.  A value that is not iterable has no items.
+    bool forEach(PyObject* iterable, std::function<bool(PyObject*)> const& each);
+    PyObject* memberPkgtup(PyObject* member);
     bool makeLists(PyObject* transaction, PyObject* lists[7]);
     bool displayTransactionPkgs(QString& text, QString const& label, PyObject* members, bool repo);
     bool displayTransactionPkgsObs(QString& text, QString const& label, PyObject* members);

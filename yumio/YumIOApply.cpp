@@ -594,26 +594,48 @@ QString YumIO::pkgtupRepoFormat(PyObject* pkgtup, QString const& repoid)
 
 PyObject* YumIO::findRelation(PyObject* relations, QString const& name)
 {
-    PyObject* iterator = relations ? PyObject_GetIter(relations) : nullptr;
-    if (!iterator) {
-        PyErr_Clear();
-        return nullptr;
-    }
     PyObject* found = nullptr;
-    while (PyObject* pair = PyIter_Next(iterator)) {
+    forEach(relations, [&](PyObject* pair) {
         PyObject* kind = PySequence_GetItem(pair, 1);
         if (!kind)
             PyErr_Clear();
-        bool const match = kind && pyStringXDec(kind) == name;
-        if (match)
+        if (kind && pyStringXDec(kind) == name)
             found = PySequence_GetItem(pair, 0);
-        Py_DECREF(pair);
-        if (match)
+        return !found;
+    });
+    PyErr_Clear();
+    return found;
+}
+
+bool YumIO::forEach(PyObject* iterable, std::function<bool(PyObject*)> const& each)
+{
+    PyObject* iterator = iterable ? PyObject_GetIter(iterable) : nullptr;
+    if (!iterator) {
+        PyErr_Clear();
+        return true;
+    }
+    bool ok = true;
+    while (ok) {
+        PyObject* item = PyIter_Next(iterator);
+        if (!item)
             break;
+        ok = each(item);
+        Py_DECREF(item);
     }
     Py_DECREF(iterator);
     PyErr_Clear();
-    return found;
+    return ok;
+}
+
+// A transaction member's pkgtup (new reference), or null after reporting.
+PyObject* YumIO::memberPkgtup(PyObject* member)
+{
+    PyObject* pkgtup = PyObject_GetAttrString(member, "pkgtup");
+    if (!pkgtup) {
+        PyErr_Clear();
+        error(tr("Internal error: txmbr lacks pkgtup\n"));
+    }
+    return pkgtup;
 }
 
 bool YumIO::makeLists(PyObject* transaction, PyObject* lists[7])
@@ -663,48 +685,32 @@ bool YumIO::makeLists(PyObject* transaction, PyObject* lists[7])
 
 bool YumIO::displayTransactionPkgs(QString& text, QString const& label, PyObject* members, bool repo)
 {
-    PyObject* iterator = PyObject_GetIter(members);
-    if (!iterator) {
-        PyErr_Clear();
-        return true;
-    }
-    bool ok = true;
-    while (PyObject* member = PyIter_Next(iterator)) {
-        PyObject* pkgtup = PyObject_GetAttrString(member, "pkgtup");
-        if (!pkgtup) {
-            PyErr_Clear();
-            Py_DECREF(member);
-            error(tr("Internal error: txmbr lacks pkgtup\n"));
-            ok = false;
-            break;
-        }
+    return forEach(members, [&](PyObject* member) {
+        PyObject* pkgtup = memberPkgtup(member);
+        if (!pkgtup)
+            return false;
         QString const formatted
             = repo ? pkgtupRepoFormat(pkgtup, attributeString(member, "repoid")) : pkgtupFormat(pkgtup);
         text += QStringLiteral("\t%1: %2\n").arg(label, formatted);
         Py_DECREF(pkgtup);
-        Py_DECREF(member);
-    }
-    Py_DECREF(iterator);
-    return ok;
+        return true;
+    });
 }
 
 bool YumIO::displayTransactionPkgsObs(QString& text, QString const& label, PyObject* members)
 {
-    PyObject* iterator = PyObject_GetIter(members);
-    if (!iterator) {
-        PyErr_Clear();
-        return true;
-    }
-    bool ok = true;
-    while (PyObject* member = PyIter_Next(iterator)) {
-        PyObject* pkgtup = PyObject_GetAttrString(member, "pkgtup");
+    return forEach(members, [&](PyObject* member) {
+        PyObject* pkgtup = memberPkgtup(member);
+        if (!pkgtup)
+            return false;
         PyObject* related = PyObject_GetAttrString(member, "relatedto");
-        if (!pkgtup || !related) {
+        PyObject* by = related ? findRelation(related, QStringLiteral("obsoletedby")) : nullptr;
+        if (!related) {
             PyErr_Clear();
-            error(pkgtup ? tr("Internal error: package has no relatedto\n")
-                         : tr("Internal error: txmbr lacks pkgtup\n"));
-            ok = false;
-        } else if (PyObject* by = findRelation(related, QStringLiteral("obsoletedby"))) {
+            error(tr("Internal error: package has no relatedto\n"));
+        } else if (!by) {
+            error(tr("Internal error: couldn't find obsoletedby package\n"));
+        } else {
             QString with;
             if (yumVersion() > 20301) {
                 PyObject* byTup = PyObject_GetAttrString(by, "pkgtup");
@@ -717,43 +723,29 @@ bool YumIO::displayTransactionPkgsObs(QString& text, QString const& label, PyObj
                 with = pyStringXDec(by);
             }
             text += QStringLiteral("\t%1: %2 with %3\n").arg(label, pkgtupFormat(pkgtup), with);
-            Py_DECREF(by);
-        } else {
-            error(tr("Internal error: couldn't find obsoletedby package\n"));
-            ok = false;
         }
-        Py_XDECREF(pkgtup);
+        Py_XDECREF(by);
         Py_XDECREF(related);
-        Py_DECREF(member);
-        if (!ok)
-            break;
-    }
-    Py_DECREF(iterator);
-    return ok;
+        Py_DECREF(pkgtup);
+        return by != nullptr;
+    });
 }
 
 void YumIO::noteTransactionPkgs(PyObject* members, bool fetched)
 {
-    PyObject* iterator = PyObject_GetIter(members);
-    if (!iterator) {
-        PyErr_Clear();
-        return;
-    }
-    while (PyObject* member = PyIter_Next(iterator)) {
+    forEach(members, [&](PyObject* member) {
         PyObject* po = PyObject_GetAttrString(member, "po");
         if (!po) {
             PyErr_Clear();
-        } else {
-            quint64 const size = sizeOf(po);
-            tsBytesTotal += size;
-            if (fetched && !QFileInfo::exists(getLocalPkg(po)))
-                tsBytesDownload += size;
-            Py_DECREF(po);
+            return true;
         }
-        Py_DECREF(member);
-    }
-    Py_DECREF(iterator);
-    PyErr_Clear();
+        quint64 const size = sizeOf(po);
+        tsBytesTotal += size;
+        if (fetched && !QFileInfo::exists(getLocalPkg(po)))
+            tsBytesDownload += size;
+        Py_DECREF(po);
+        return true;
+    });
 }
 
 void YumIO::listTransaction(PyObject* transaction)
@@ -798,17 +790,10 @@ void YumIO::listTransaction(PyObject* transaction)
 void YumIO::reportDownloadSize(PyObject* packages)
 {
     quint64 total = 0;
-    PyObject* iterator = PyObject_GetIter(packages);
-    if (!iterator) {
-        PyErr_Clear();
-        return;
-    }
-    while (PyObject* pkg = PyIter_Next(iterator)) {
+    forEach(packages, [&](PyObject* pkg) {
         total += sizeOf(pkg);
-        Py_DECREF(pkg);
-    }
-    Py_DECREF(iterator);
-    PyErr_Clear();
+        return true;
+    });
     transactionText += tr("Total download size: %1\n").arg(Package::bytesFormat(total));
 }
 
@@ -982,23 +967,13 @@ void YumIO::postTransactionOutput(PyObject* transaction)
         tr("Dependency Updated"), tr("Dependency Installed"), tr("Dependency Removed") };
     // In the order a reader wants them: what was asked, then what it took.
     for (int i : { 2, 1, 0, 3, 6, 5, 4 }) {
-        PyObject* iterator = PyObject_GetIter(lists[i]);
-        if (!iterator) {
-            PyErr_Clear();
-            continue;
-        }
-        while (PyObject* member = PyIter_Next(iterator)) {
-            PyObject* pkgtup = PyObject_GetAttrString(member, "pkgtup");
-            if (!pkgtup) {
-                PyErr_Clear();
-                error(tr("Internal error: txmbr lacks pkgtup\n"));
-            } else {
+        forEach(lists[i], [&](PyObject* member) {
+            if (PyObject* pkgtup = memberPkgtup(member)) {
                 log(Log::Info, 0, QStringLiteral("%1: %2").arg(labels[i], pkgtupFormat(pkgtup)));
                 Py_DECREF(pkgtup);
             }
-            Py_DECREF(member);
-        }
-        Py_DECREF(iterator);
+            return true;
+        });
     }
     PyErr_Clear();
     for (PyObject* list : lists)
