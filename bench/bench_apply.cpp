@@ -22,6 +22,8 @@
 // fresh process; one run of each kind comes first and is not counted.
 #include "widgets/HProgressBar.h"
 #include "yumio/YumIO.h"
+// After the interpreter's header, which must come first.
+#include "BenchProcess.h"
 
 #include <QApplication>
 #include <QDialog>
@@ -45,76 +47,16 @@
 #include <unistd.h>
 #include <vector>
 
-extern char** environ;
-
 namespace
 {
 
-char const* const dnfPython = "/usr/bin/python3";
+using Bench::dnfPython;
+using Bench::dnfWrapper;
+using Bench::Run;
 
-// dnf's command line, with rpm pointed at the root's database the way the
-// companion script points it: Debian's rpm looks elsewhere by default, and
-// every new dnf.Base reads rpm's configuration again.
-char const* const dnfWrapper = "import os, sys, rpm\n"
-                               "root = sys.argv[1]\n"
-                               "db = None\n"
-                               "for candidate in ('/usr/lib/sysimage/rpm', '/var/lib/rpm'):\n"
-                               "    if os.path.isdir(os.path.join(root, candidate.lstrip('/'))):\n"
-                               "        db = candidate\n"
-                               "        break\n"
-                               "import dnf\n"
-                               "original = dnf.Base.__init__\n"
-                               "def init(self, *args, **kwargs):\n"
-                               "    original(self, *args, **kwargs)\n"
-                               "    if db:\n"
-                               "        rpm.addMacro('_dbpath', db)\n"
-                               "dnf.Base.__init__ = init\n"
-                               "from dnf.cli.main import user_main\n"
-                               "user_main(sys.argv[2:], exit_code=True)\n";
-
-struct Run {
-    double wall = 0; // seconds, the whole process
-    long peakKiB = 0;
-    int status = -1;
-    QByteArray output; // standard output and error
-};
-
-// Runs a program with its output in a file, and measures it.
 Run measure(QStringList const& arguments, QByteArray const& outputFile)
 {
-    std::vector<QByteArray> storage;
-    std::vector<char*> argv;
-    for (QString const& a : arguments)
-        storage.push_back(a.toLocal8Bit());
-    for (QByteArray& a : storage)
-        argv.push_back(a.data());
-    argv.push_back(nullptr);
-
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 1, outputFile.constData(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    posix_spawn_file_actions_adddup2(&actions, 1, 2);
-
-    Run run;
-    QElapsedTimer clock;
-    clock.start();
-    pid_t pid = 0;
-    if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) != 0) {
-        posix_spawn_file_actions_destroy(&actions);
-        std::fprintf(stderr, "bench_apply: cannot start %s: %s\n", argv[0], std::strerror(errno));
-        return run;
-    }
-    posix_spawn_file_actions_destroy(&actions);
-    int status = 0;
-    struct rusage usage = {};
-    while (wait4(pid, &status, 0, &usage) < 0 && errno == EINTR) { }
-    run.wall = double(clock.nsecsElapsed()) / 1e9;
-    run.peakKiB = usage.ru_maxrss;
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    QFile file(QString::fromLocal8Bit(outputFile));
-    if (file.open(QIODevice::ReadOnly))
-        run.output = file.readAll();
-    return run;
+    return Bench::measure(arguments, outputFile, true);
 }
 
 struct Request {
