@@ -27,6 +27,7 @@
 #include <QTimer>
 #include <QVBoxLayout>
 #include <sys/utsname.h>
+#include <unistd.h>
 
 MainWindow::MainWindow()
     : QMainWindow(nullptr)
@@ -310,6 +311,11 @@ void MainWindow::initialize()
         return;
     }
     sessionStarted = true;
+    if (::geteuid() != 0)
+        session->log(Log::Warning, 0,
+            tr("SORVAN runs without root (user id %1): it lists and searches packages, but applying "
+               "actions needs root. Start it as root to change the system, for example with: pkexec sorvan")
+                .arg(::geteuid()));
     // Reading the configuration seeds this run's table of enabled
     // repositories from the files and the --enablerepo/--disablerepo
     // requests; a file that cannot be read has been reported in a box.
