@@ -72,6 +72,21 @@ void MainWindow::createMenuBar()
     logAction->setShortcut(QKeySequence(tr("Ctrl+L")));
     menuBar()->addMenu(windowsMenu);
 
+    cacheMenu = new HMenu(tr("&Cache"), this);
+    cacheMenu->setObjectName(QStringLiteral("cacheMenu"));
+    cacheMenu->setToolTipsVisible(true);
+    cleanHeadersAction = cacheMenu->addAction(tr("Clean Headers"), this, &MainWindow::cleanHeaders);
+    cleanPackagesAction = cacheMenu->addAction(tr("Clean Packages"), this, &MainWindow::cleanPackages);
+    cleanXmlMetadataAction
+        = cacheMenu->addAction(tr("Clean XML Metadata"), this, &MainWindow::cleanXmlMetadata);
+    cleanPickledCacheAction
+        = cacheMenu->addAction(tr("Clean Pickled Data"), this, &MainWindow::cleanPickledCache);
+    cleanSqliteCacheAction
+        = cacheMenu->addAction(tr("Clean Sqlite Data"), this, &MainWindow::cleanSqliteCache);
+    cacheMenu->addSeparator();
+    cleanAllAction = cacheMenu->addAction(tr("Clean All"), this, &MainWindow::cleanAll);
+    menuBar()->addMenu(cacheMenu);
+
     helpMenu = new HMenu(tr("&Help"), this);
     helpMenu->setObjectName(QStringLiteral("helpMenu"));
     aboutAction = helpMenu->addAction(tr("&About"), this, &MainWindow::about);
@@ -146,15 +161,13 @@ void MainWindow::createMainArea()
         view, qOverload<int, int>(&PackageTable::View::currentChanged), this, &MainWindow::currentChanged);
     connect(view, &PackageTable::View::stateChanged, this, &MainWindow::stateChanged);
 
-    // The button row.  Describe waits for the package description to exist;
-    // until then it is never shown.
+    // The button row.
     QHBoxLayout* buttons = new QHBoxLayout;
     describeButton = new QPushButton(tr("&Describe"), mainPanel);
     describeButton->setObjectName(QStringLiteral("describeButton"));
     describeButton->setEnabled(false);
     describeButton->setToolTip(
         tr("Pop up a window with a detailed description of the currently selected package"));
-    describeButton->setVisible(false);
     connect(describeButton, &QPushButton::clicked, view, &PackageTable::View::describe);
     buttons->addWidget(describeButton);
     buttons->addStretch(1);
@@ -299,6 +312,7 @@ void MainWindow::initialize()
         return;
     if (!yumConfIO) {
         yumConfIO = new YumConfIO(repoRequests, repoEnable, this);
+        connect(yumConfIO, &YumConfIO::changed, this, &MainWindow::yumConfIOChanged);
         model->setYumConfIO(yumConfIO);
     }
     if (startLog)
@@ -336,6 +350,14 @@ void MainWindow::setReady(bool ready)
         Python::PyGILStateWrapper gil(ready && sessionStarted);
         programMenu->setEnabled(ready);
         quitAction->setEnabled(ready);
+        // Until the engine runs, nothing can be cleaned.
+        bool const cleanable = ready && sessionStarted && session;
+        cacheMenu->setEnabled(cleanable);
+        for (QAction* action :
+            { cleanHeadersAction, cleanPackagesAction, cleanXmlMetadataAction, cleanAllAction })
+            action->setEnabled(cleanable);
+        cleanPickledCacheAction->setEnabled(cleanable && session->hasPickledCache());
+        cleanSqliteCacheAction->setEnabled(cleanable && session->hasSqliteCache());
         mainPanel->setEnabled(ready);
     }
     // One busy cursor at most: a filter change before start-up asks for
@@ -694,4 +716,83 @@ void MainWindow::apply()
     warnUnlistedActions();
     stateChanged(-1);
     setReady(true);
+}
+
+void MainWindow::yumConfIOChanged()
+{
+    QString const cache = yumConfIO ? yumConfIO->cachedir() : QString();
+    cleanHeadersAction->setToolTip(tr("Clean RPM package headers cached locally in %1").arg(cache));
+    cleanPackagesAction->setToolTip(
+        tr("Clean RPM packages cached locally in %1\n(useful for recovering disk space)").arg(cache));
+    cleanXmlMetadataAction->setToolTip(
+        tr("Clean XML metadata cached locally in %1\n(useful along with Clean "
+           "Pickled Data for\n forcing download of new available package lists)")
+            .arg(cache));
+    cleanPickledCacheAction->setToolTip(
+        tr("Clean pickled data cached locally in %1\n(useful along with Clean "
+           "XML Metadata for\n forcing download of new available package lists)")
+            .arg(cache));
+    cleanSqliteCacheAction->setToolTip(
+        tr("Clean sqlite data cached locally in %1\n(useful along with Clean XML "
+           "Metadata for\n forcing download of new available package lists)")
+            .arg(cache));
+    cleanAllAction->setToolTip(tr("Clean all data cached locally in %1").arg(cache));
+}
+
+void MainWindow::runClean(bool (YumIO::*member)(), bool collectAgain)
+{
+    if (!session || session->isBusy())
+        return;
+    if (::geteuid() != 0) {
+        // Without root the engine reads a private cache: cleaning that would
+        // leave the system's as it is.
+        QMessageBox::critical(this, tr("SORVAN Yum Error"),
+            tr("Cleaning the cache %1 needs root.\nStart SORVAN as root to clean it, for example with: "
+               "pkexec "
+               "sorvan")
+                .arg(yumConfIO ? yumConfIO->cachedir() : QString()));
+        return;
+    }
+    setReady(false);
+    if (!(session->*member)())
+        QMessageBox::critical(this, tr("SORVAN Yum Error"),
+            tr("Unable to clean the cache completely:\n%1")
+                .arg(session->cleanMessages().join(QLatin1Char('\n'))));
+    // The same packages, read afresh: what is marked stays marked.
+    if (collectAgain)
+        recollect(true);
+    warnUnlistedActions();
+    stateChanged(-1);
+    setReady(true);
+}
+
+void MainWindow::cleanHeaders()
+{
+    runClean(&YumIO::cleanHeaders, true);
+}
+
+void MainWindow::cleanPackages()
+{
+    // Removing downloaded package files changes no list.
+    runClean(&YumIO::cleanPackages, false);
+}
+
+void MainWindow::cleanXmlMetadata()
+{
+    runClean(&YumIO::cleanXmlMetadata, true);
+}
+
+void MainWindow::cleanPickledCache()
+{
+    runClean(&YumIO::cleanPickledCache, true);
+}
+
+void MainWindow::cleanSqliteCache()
+{
+    runClean(&YumIO::cleanSqliteCache, true);
+}
+
+void MainWindow::cleanAll()
+{
+    runClean(&YumIO::cleanAll, true);
 }

@@ -87,6 +87,13 @@ public Q_SLOTS:
     void setUpdateListed();
     void clearActions();
     void apply();
+    void yumConfIOChanged();
+    void cleanHeaders();
+    void cleanPackages();
+    void cleanXmlMetadata();
+    void cleanPickledCache();
+    void cleanSqliteCache();
+    void cleanAll();
     // Quits once nothing runs: at once when idle (asking first when actions
     // are marked and `ask` is set), else when the running operation ends.
     // A transaction is never interrupted.
@@ -112,6 +119,10 @@ private:
     int markedCount() const;
     // Asks whether to go on although the marked actions will be lost.
     bool discardMarks(QString const& question, QString const& button);
+    // One of the Cache menu's commands: refused without root, a failure
+    // shown with the engine's reasons, and the packages collected anew
+    // unless only downloaded package files went.
+    void runClean(bool (YumIO::*member)(), bool collectAgain);
 
     YumIO* session;
     YumConfIO* yumConfIO;
@@ -127,6 +138,13 @@ private:
     QAction* quitAction;
     HMenu* windowsMenu;
     QAction* logAction;
+    HMenu* cacheMenu;
+    QAction* cleanHeadersAction;
+    QAction* cleanPackagesAction;
+    QAction* cleanXmlMetadataAction;
+    QAction* cleanPickledCacheAction;
+    QAction* cleanSqliteCacheAction;
+    QAction* cleanAllAction;
     HMenu* helpMenu;
     QAction* aboutAction;
 

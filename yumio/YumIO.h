@@ -123,6 +123,20 @@ public:
     // The last apply reached the engine and failed: what the engine did may
     // have changed the system, so the packages need collecting again.
     bool lastApplyFailed() const { return applyFailed; }
+    // --- cleaning the caches (GUI thread) ------------------------------------
+
+    // Each empties one of the engine's caches under the managed root; true
+    // when the engine reported success.  cleanAll() goes on past a failure.
+    bool cleanHeaders();
+    bool cleanPackages();
+    bool cleanXmlMetadata();
+    bool cleanPickledCache();
+    bool cleanSqliteCache();
+    bool cleanAll();
+    // What the engine said of the last cleaning: a summary per kind, and a
+    // line per file it could not remove.
+    QStringList cleanMessages() const { return cleanReport; }
+
     // "update", "install", "remove": an action as the messages name it.
     static QString actionName(Package::Action action);
     // [epoch:]name-version-release.arch into its name and architecture.
@@ -332,6 +346,11 @@ private:
     void postTransactionOutput(PyObject* transaction);
     long rpmConstant(char const* name);
 
+    // Calls one of the script's cleaning methods; its status (0 is success)
+    // and its messages, added to cleanReport.
+    long cleanCall(char const* method);
+    bool clean(QString const& what, char const* method);
+
     bool reapChildren();
     void sigchldDisable();
     void sigchldRestore();
@@ -488,6 +507,8 @@ private:
     QString transactionOutput;
 
     QHash<QString, QString> biArchs;
+
+    QStringList cleanReport;
 
     // Apply
     bool applyFailed = false;

@@ -166,6 +166,15 @@ void TestMainWindow::startupOptionsAndSearch()
     QVERIFY2(names.contains("sv-app"), qPrintable(names.join(u',')));
     QVERIFY(!names.contains("sv-docs"));
     QVERIFY(!names.contains("SORVAN Core"));
+
+    // The engine keeps no pickled cache; the tips name the root's own cache.
+    QHash<QString, QAction*> cache;
+    for (QAction* action : child<QMenu>("cacheMenu")->actions())
+        cache.insert(action->text(), action);
+    QVERIFY(!cache["Clean Pickled Data"]->isEnabled());
+    QVERIFY(cache["Clean Sqlite Data"]->isEnabled() && cache["Clean All"]->isEnabled());
+    QCOMPARE(cache["Clean Headers"]->toolTip(),
+        "Clean RPM package headers cached locally in " + root.filePath("root") + "/var/cache/dnf");
 }
 
 void TestMainWindow::unlistedActionsWarning()
