@@ -2,6 +2,7 @@
 
 #include "app/Colors.h"
 #include "app/Share.h"
+#include "packagetable/PackageTableDescribeDialog.h"
 #include "yumio/YumIO.h"
 
 namespace PackageTable
@@ -32,6 +33,12 @@ Model::Model(YumIO* yumIO, QObject* parent)
     , availableColor(Colors::minor())
     , availableDisabledColor(Colors::minorDisabled())
 {
+    describer = [this](YumIO* session, Package::Entry const& entry, YumConfIO* confIO, QWidget* parent) {
+        if (!describeDialog)
+            describeDialog = new Describe::Dialog(parent);
+        describeDialog->config(session, entry, confIO);
+        describeDialog->exec();
+    };
 }
 
 int Model::rowCount(QModelIndex const& parent) const

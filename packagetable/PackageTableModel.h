@@ -6,6 +6,7 @@
 #include <QColor>
 #include <QIcon>
 #include <QMetaType>
+#include <QPointer>
 #include <functional>
 
 class QWidget;
@@ -16,6 +17,11 @@ Q_DECLARE_METATYPE(Package::Entry*)
 
 namespace PackageTable
 {
+
+namespace Describe
+{
+class Dialog;
+}
 
 enum Column : int {
     ActionColumn = 0,
@@ -77,8 +83,9 @@ public:
     void setEnabled(bool enabled) { this->enabled = enabled; }
     bool isEnabled() const { return enabled; }
 
-    // Describing a package and browsing its repository are offered only once
-    // a viewer for them is set.
+    // Describing a package and browsing its repository are offered only while
+    // a viewer for them is set.  The describer is the description dialog
+    // until another is set.
     void setDescriber(EntryViewer viewer) { describer = std::move(viewer); }
     bool canDescribe() const { return bool(describer); }
     void describe(QModelIndex const& index, QWidget* parent);
@@ -108,6 +115,9 @@ private:
     YumConfIO* yumConfIO = nullptr;
     EntryViewer describer;
     EntryViewer browser;
+    // Made on first use and kept; its parent, the first describer's, may
+    // take it along.
+    QPointer<Describe::Dialog> describeDialog;
     bool enabled = true;
 
     QIcon outOfDateIcon;

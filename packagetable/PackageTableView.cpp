@@ -10,6 +10,7 @@
 #include <QHash>
 #include <QHeaderView>
 #include <QIcon>
+#include <QKeyEvent>
 #include <QStyle>
 #include <algorithm>
 
@@ -50,6 +51,7 @@ View::View(Model* model, SortFilterProxyModel* proxy, QWidget* parent)
     connect(header, &QHeaderView::sectionClicked, this, &View::handleHorizontalHeaderClicked);
     connect(this, &QAbstractItemView::clicked, this, &View::handleActivated);
     connect(this, &QWidget::customContextMenuRequested, this, &View::handleCustomContextMenuRequested);
+    connect(this, &QAbstractItemView::doubleClicked, this, &View::handleDoubleClicked);
 }
 
 QModelIndexList View::selectedRows() const
@@ -144,6 +146,23 @@ void View::handleCustomContextMenuRequested(QPoint const& pos)
             otherMenu = new OtherContextMenu(packageModel, this, this);
         otherMenu->exec(source, global);
     }
+}
+
+void View::handleDoubleClicked(QModelIndex const& index)
+{
+    if (index.column() != ActionColumn)
+        packageModel->describe(packageProxy->mapToSource(index), this);
+}
+
+void View::keyPressEvent(QKeyEvent* event)
+{
+    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) && currentIndex().isValid()
+        && state() != EditingState) {
+        describe();
+        event->accept();
+        return;
+    }
+    HTableView::keyPressEvent(event);
 }
 
 int View::sourceRow(QModelIndex const& index) const

@@ -39,15 +39,18 @@ Q_SIGNALS:
     void stateChanged(int row);
 
 public Q_SLOTS:
-    // Describes the current row's package.
+    // Describes the current row's package; a double click on a row (but on
+    // its Action cell, which cycles the action) and Enter do too.
     void describe();
     void handleHorizontalHeaderClicked(int column);
     void handleActivated(QModelIndex const& index);
     void handleCustomContextMenuRequested(QPoint const& pos);
+    void handleDoubleClicked(QModelIndex const& index);
 
 protected:
     void currentChanged(QModelIndex const& current, QModelIndex const& previous) override;
     void changeEvent(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     int sourceRow(QModelIndex const& index) const;

@@ -74,6 +74,14 @@ class TableView : public QObject
         menuPoll->start(10);
     }
     // A press that selects, then the platform's context menu request.
+    // The widget's double click event alone, without the press before it,
+    // is no double click to a view.
+    void doubleClick(QModelIndex const& index)
+    {
+        QPoint const pos = view->visualRect(index).center();
+        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, pos);
+        QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, pos);
+    }
     void rightClick(QModelIndex const& index, QString const& item = {})
     {
         whenMenuOpens(item);
@@ -226,8 +234,16 @@ private Q_SLOTS:
         // The Describe button's slot describes the current row.
         view->setCurrentIndex(at(QStringLiteral("sv-writer"), NameColumn));
         view->describe();
-        QCOMPARE(shown, QSL({ "describe sv-app", "browse sv-calc", "describe sv-writer" }));
+        // So do Enter and a double click, but not on the Action cell, where
+        // clicks cycle the action.
+        view->setCurrentIndex(at(QStringLiteral("sv-calc"), NameColumn));
+        QTest::keyClick(view, Qt::Key_Return);
+        doubleClick(at(QStringLiteral("sv-app"), VersionColumn));
         QCOMPARE(changed.count(), 0);
+        doubleClick(at(QStringLiteral("sv-app"), ActionColumn));
+        QCOMPARE(shown,
+            QSL({ "describe sv-app", "browse sv-calc", "describe sv-writer", "describe sv-calc",
+                "describe sv-app" }));
     }
 
     void rowsInModelTerms()

@@ -1,0 +1,207 @@
+// The package description dialog over a real collection of the sandbox root:
+// its rows for each kind of entry, the "Show" buttons before and after the
+// extra data loads, and a dialog that stays open while it loads.
+
+#include "SandboxSession.h"
+#include "packagetable/PackageTableDescribeDialog.h"
+#include "packagetable/PackageTableDescribeInstanceArea.h"
+#include "packagetable/PackageTableModel.h"
+#include "tests/yumio/TestRows.h"
+
+#include <QApplication>
+#include <QPushButton>
+#include <QTextEdit>
+#include <QTimer>
+#include <functional>
+
+using namespace PackageTable;
+using QSL = QStringList;
+
+namespace
+{
+// Calls `act` with every dialog as it is shown, before anything else sees it.
+class ShowWatcher : public QObject
+{
+public:
+    explicit ShowWatcher(std::function<void(QDialog*)> act)
+        : act(std::move(act))
+    {
+        qApp->installEventFilter(this);
+    }
+
+protected:
+    bool eventFilter(QObject* object, QEvent* event) override
+    {
+        if (event->type() == QEvent::Show)
+            if (auto* dialog = qobject_cast<QDialog*>(object))
+                act(dialog);
+        return false;
+    }
+
+private:
+    std::function<void(QDialog*)> act;
+};
+
+// The sections of a description: "state: label label ..." each, and the
+// "label value" lines of all of them.
+void read(Describe::Dialog const* dialog, QSL& sections, QSL& lines)
+{
+    for (Describe::Instance::Area const* area : dialog->sections()) {
+        QSL labels;
+        for (auto const& [label, value] : area->rows()) {
+            labels.append(label.isEmpty() ? value + QLatin1Char(':') : label.chopped(1));
+            if (!label.isEmpty())
+                lines.append(label + QLatin1Char(' ') + value);
+        }
+        sections.append(labels.join(QLatin1Char(' ')));
+    }
+}
+} // namespace
+
+class TableDescribe : public QObject
+{
+    Q_OBJECT
+
+    SandboxSession sandbox;
+    QWidget* window = nullptr;
+    Model* model = nullptr;
+
+    // The session's dialog answerer closes whatever modal dialog it finds;
+    // the dialogs of these tests are expected.
+    void forgetOwnDialogs()
+    {
+        sandbox.dialogs.dialogs.removeIf([](SessionTest::Dialog const& d) {
+            return d.title == QLatin1String("SORVAN Package Description")
+                || d.title.endsWith(QLatin1String(" File List"))
+                || d.title.endsWith(QLatin1String(" Change Log"));
+        });
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY2(sandbox.start(), qPrintable(sandbox.failure));
+        window = new QWidget;
+        model = new Model(sandbox.yumIO, window);
+    }
+    void cleanupTestCase()
+    {
+        delete window;
+        QVERIFY2(sandbox.dialogs.dialogs.isEmpty(), qPrintable(sandbox.dialogs.summary()));
+    }
+
+    void rows_data()
+    {
+        // One "state: labels" string per section; `lines` must all appear.
+        columns<QString, int, QSL, QSL>("name", "kind", "sections", "lines");
+        QString const details = QStringLiteral("Summary Description Group Vendor Build Time Build Host");
+        QString const rpm = QStringLiteral("Binary RPM Source RPM License Packager URL");
+        QString const further
+            = QStringLiteral("Installed: Version Architecture Size Build Time Packager Files Change Log");
+        row("two installed versions behind an update", "sv-kernel", int(Package::Ordinary),
+            QSL { "Available for update: Kind Version Repository Architecture Size " + details + ' ' + rpm
+                    + " Provides Files Change Log",
+                further, further },
+            QSL { "Version: 5.2-1", "Repository: sv-updates", "Version: 5.0-1", "Version: 5.1-1",
+                "Packager: SORVAN Developers <devel@sorvan.example>", "Files: Show (must load extra data)",
+                "Files: Show" });
+        row("available", "sv-app", int(Package::Ordinary),
+            QSL { "Available for installation: Kind Version Repository Architecture Size " + details + ' '
+                + rpm + " Provides Requires Files Change Log" },
+            QSL { "Kind: Ordinary package", "Requires: sv-libfoo >= 1.0",
+                "Binary RPM: sv-app-1.0-1.x86_64.rpm" });
+        row("installed, relocatable", "sv-reloc", int(Package::Ordinary),
+            QSL { "Installed: Kind Version Architecture Size " + details + " Install Time " + rpm
+                + " Relocations Provides Requires Files Change Log" },
+            QSL { "Relocations: /opt/sv-reloc", "Change Log: Show" });
+        row("suite", "sv-office-suite", int(Package::Suite),
+            QSL { "Available for installation: Kind Version Repository Architecture Size " + details + ' '
+                + rpm + " Provides Requires Files Change Log" },
+            QSL { "Kind: Suite of packages", "Requires: sv-calc >= 1.0\nsv-writer" });
+        row("group", "SORVAN Core", int(Package::Group),
+            QSL { "Available for update: Kind Mandatory Packages Default Packages Optional Packages" },
+            QSL { "Mandatory Packages: sv-tool\nsv-docs\nsv-corelib", "Default Packages: sv-reloc",
+                "Optional Packages: sv-extra-docs" });
+        row("environment", "SORVAN Workstation", int(Package::Group),
+            QSL { "Available for update: Kind Required Groups Optional MetaPkgs" },
+            QSL { "Required Groups: SORVAN Core\nSORVAN Desktop", "Optional MetaPkgs: SORVAN Development" });
+    }
+    void rows()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, kind);
+        QFETCH(QSL, lines);
+        // Through the model, as the table describes a row.
+        QSL sections, shownLines;
+        ShowWatcher watch([&](QDialog* shown) {
+            if (auto* dialog = qobject_cast<Describe::Dialog*>(shown)) {
+                QCOMPARE(dialog->windowTitle(), QStringLiteral("SORVAN Package Description"));
+                read(dialog, sections, shownLines);
+                QTimer::singleShot(0, dialog, &QDialog::accept);
+            }
+        });
+        model->describe(model->index(sandbox.row(name, {}, Package::Kind(kind)), NameColumn), window);
+        forgetOwnDialogs();
+        QTEST(sections, "sections");
+        for (QString const& line : lines)
+            QVERIFY2(shownLines.contains(line), qPrintable(line));
+    }
+
+    void showExtraData()
+    {
+        Describe::Dialog dialog(window);
+        dialog.config(sandbox.yumIO, *sandbox.entry(QStringLiteral("sv-app")), nullptr);
+        dialog.show();
+        QPushButton* close = nullptr;
+        for (QPushButton* button : dialog.findChildren<QPushButton*>())
+            if (button->text() == QLatin1String("Close"))
+                close = button;
+        QVERIFY(close);
+        Describe::Instance::Area const* area = dialog.sections().value(0);
+        QPushButton* files = area->filesButton();
+        QPushButton* changeLog = area->changeLogButton();
+        QString const mustLoad = QStringLiteral("Show (must load extra data)");
+        QCOMPARE(files->text(), mustLoad);
+        QCOMPARE(changeLog->text(), mustLoad);
+
+        QSL texts;
+        ShowWatcher watch([&](QDialog* shown) {
+            if (shown != &dialog) {
+                texts.append(
+                    shown->windowTitle() + QLatin1Char('\n') + shown->findChild<QTextEdit*>()->toPlainText());
+                QTimer::singleShot(0, shown, &QDialog::reject);
+            }
+        });
+        // While the file list loads, the dialog stays open whatever asks it to close.
+        QSL whileLoading;
+        QTimer::singleShot(0, this, [&] {
+            if (sandbox.yumIO->isBusy())
+                whileLoading << QStringLiteral("busy");
+            if (!dialog.close())
+                whileLoading << QStringLiteral("close refused");
+            dialog.reject();
+            if (dialog.isVisible() && !close->isEnabled())
+                whileLoading << QStringLiteral("still open, Close disabled");
+        });
+        files->click();
+        QCOMPARE(whileLoading, QSL({ "busy", "close refused", "still open, Close disabled" }));
+        QCOMPARE(texts, QSL { "sv-app 1.0-1 File List\n/usr/bin/sv-app" });
+        QCOMPARE(files->text(), QStringLiteral("Show"));
+        QCOMPARE(changeLog->text(), mustLoad);
+
+        changeLog->click();
+        QCOMPARE(texts.size(), 2);
+        QVERIFY2(texts[1].startsWith(QLatin1String("sv-app 1.0-1 Change Log\n* ")), qPrintable(texts[1]));
+        QVERIFY2(texts[1].contains(QLatin1String("Build 1.0-1 for the sandbox")), qPrintable(texts[1]));
+        QCOMPARE(changeLog->text(), QStringLiteral("Show"));
+
+        // Loaded, it closes again.
+        QVERIFY(close->isEnabled());
+        QVERIFY(dialog.close());
+        QVERIFY(dialog.sections().isEmpty());
+        forgetOwnDialogs();
+    }
+};
+
+QTEST_MAIN(TableDescribe)
+#include "tst_packagetabledescribe.moc"
