@@ -16,11 +16,13 @@
 #include <QComboBox>
 #include <QDialog>
 #include <QDir>
+#include <QMenu>
 #include <QMessageBox>
 #include <QProcess>
 #include <QPushButton>
 #include <QTimer>
 #include <cstdio>
+#include <cstdlib>
 
 namespace
 {
@@ -61,6 +63,8 @@ int main(int argc, char** argv)
 {
     // Qt's own warnings would be captured into the error boxes pictured.
     qInstallMessageHandler([](QtMsgType, QMessageLogContext const&, QString const&) {});
+    if (qEnvironmentVariableIsEmpty("SORVANSHARE"))
+        qputenv("SORVANSHARE", SORVAN_BINARY_DIR "/share");
     QApplication app(argc, argv);
     if (argc != 2) {
         std::fprintf(stderr, "usage: sorvan-screenshots OUTDIR\n");
@@ -82,8 +86,18 @@ int main(int argc, char** argv)
         YumRepoEnabled(true, QStringLiteral("sv-faults")) };
     window->QWidget::resize(1100, 700);
     window->show();
+    // A message before the table is up means the sandbox is not usable.
+    QTimer failed;
+    QObject::connect(&failed, &QTimer::timeout, [] {
+        if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
+            std::fprintf(stderr, "sorvan-screenshots: %s\n", qPrintable(box->text()));
+            std::exit(1);
+        }
+    });
+    failed.start(100);
     while (!window->isInitialized())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    failed.stop();
     window->findChild<QComboBox*>(QStringLiteral("stateBox"))->setCurrentIndex(3);
 
     for (char const* name : { "sv-app", "sv-bigdata", "sv-new" })
@@ -139,7 +153,20 @@ int main(int argc, char** argv)
         mark(window, QString::fromLatin1(name), Package::NoAction);
     mark(window, QStringLiteral("sv-prefail"), Package::Install);
     QMetaObject::invokeMethod(window, "apply");
+    // The description of a package with two installed versions.
+    fault = QStringLiteral("describe-sv-kernel.png");
+    auto* view = window->findChild<PackageTable::View*>(QStringLiteral("view"));
+    QModelIndexList const kernel = view->tableModel()->match(
+        view->tableModel()->index(0, 3), Qt::DisplayRole, QStringLiteral("sv-kernel"), 1, Qt::MatchExactly);
+    if (!kernel.isEmpty())
+        view->tableModel()->describe(kernel.first(), window);
     watch.stop();
+
+    auto* cache = window->findChild<QMenu*>(QStringLiteral("cacheMenu"));
+    cache->popup(window->mapToGlobal(QPoint(120, 20)));
+    QCoreApplication::processEvents();
+    save(cache, "cache-menu.png");
+    cache->hide();
 
     sandbox({ QStringLiteral("stop"), QStringLiteral("--root"), root });
     window->quit();
