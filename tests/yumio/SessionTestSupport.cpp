@@ -59,6 +59,32 @@ bool pyRun(QString const& code)
     return result == 0;
 }
 
+LockHolder::LockHolder(QString const& take, QString const& path)
+{
+    process.start(python(),
+        { QStringLiteral("-c"), take + QLatin1String("\nprint('locked', flush=True)\nsys.stdin.read()\n"),
+            path });
+    while (!process.canReadLine())
+        if (!process.waitForReadyRead(30000))
+            return;
+    holding = true;
+}
+
+QString LockHolder::dnf(char const* builder)
+{
+    return QStringLiteral("import dnf.lock, sys\nlock = dnf.lock.%1(sys.argv[1], False)\nlock.__enter__()")
+        .arg(QLatin1String(builder));
+}
+
+void LockHolder::release()
+{
+    if (process.state() == QProcess::NotRunning)
+        return;
+    process.closeWriteChannel();
+    process.waitForFinished(30000);
+    holding = false;
+}
+
 DialogAnswerer::DialogAnswerer()
 {
     connect(&timer, &QTimer::timeout, this, &DialogAnswerer::look);

@@ -4,6 +4,7 @@
 #include "TestRows.h"
 #include "yumio/YumIO.h"
 
+#include <QProcess>
 #include <QTimer>
 #include <functional>
 
@@ -27,6 +28,24 @@ QList<Log::Entry> logged(YumIO* io, qsizetype from = 0);
 // Runs statements in __main__ of the session's interpreter from the GUI
 // thread; false when they raised.
 bool pyRun(QString const& code);
+
+// Another process holding a lock from its start until release() or the end
+// of its scope: `take` is Python that takes it, with `path` in sys.argv[1].
+class LockHolder
+{
+public:
+    LockHolder(QString const& take, QString const& path);
+    // One of dnf's locks ("build_rpmdb_lock", "build_download_lock") on `dir`.
+    static QString dnf(char const* builder);
+    ~LockHolder() { release(); }
+    bool holds() const { return holding; }
+    qint64 pid() const { return process.processId(); }
+    void release();
+
+private:
+    QProcess process;
+    bool holding = false;
+};
 
 // A dialog that was shown, as the user saw it.
 struct Dialog {

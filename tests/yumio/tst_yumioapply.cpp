@@ -270,21 +270,12 @@ private Q_SLOTS:
     void lockHeldByDnf()
     {
         freshRoot(QString());
-        QProcess holder;
-        holder.start(python(),
-            { QStringLiteral("-c"),
-                QStringLiteral("import dnf.lock, sys\nlock = dnf.lock.build_rpmdb_lock(sys.argv[1], False)\n"
-                               "lock.__enter__()\nprint('locked', flush=True)\nsys.stdin.read()\n"),
-                root + QLatin1String("/var/lib/dnf") });
-        while (!holder.canReadLine())
-            QVERIFY2(holder.waitForReadyRead(30000), "the lock holder did not start");
+        LockHolder holder(LockHolder::dnf("build_rpmdb_lock"), root + QLatin1String("/var/lib/dnf"));
+        QVERIFY(holder.holds());
         QStringList const before = rpmPackages();
         mark(QStringLiteral("install sv-app"));
         QVERIFY(!io->apply());
-        checkFailure(
-            before, QStringLiteral("rpmdb_lock.pid|") + QString::number(holder.processId()), QString());
-        holder.closeWriteChannel();
-        QVERIFY(holder.waitForFinished(30000));
+        checkFailure(before, QStringLiteral("rpmdb_lock.pid|") + QString::number(holder.pid()), QString());
     }
 
     // A package installed for two architectures is updated in both, even

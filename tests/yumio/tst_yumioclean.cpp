@@ -116,18 +116,10 @@ private Q_SLOTS:
     void cacheInUse()
     {
         fill();
-        QProcess holder;
-        holder.start(python(),
-            { QStringLiteral("-c"),
-                QStringLiteral(
-                    "import dnf.lock, sys\nlock = dnf.lock.build_download_lock(sys.argv[1], False)\n"
-                    "lock.__enter__()\nprint('locked', flush=True)\nsys.stdin.read()\n"),
-                cache });
-        while (!holder.canReadLine())
-            QVERIFY2(holder.waitForReadyRead(30000), "the lock holder did not start");
+        LockHolder holder(LockHolder::dnf("build_download_lock"), cache);
+        QVERIFY(holder.holds());
         QVERIFY(!io->cleanPackages());
-        holder.closeWriteChannel();
-        QVERIFY(holder.waitForFinished(30000));
+        holder.release();
         QCOMPARE(kinds(), QStringLiteral("1 1 1"));
         QVERIFY2(io->cleanMessages().join(QLatin1Char('|')).contains(cache),
             qPrintable(io->cleanMessages().join(QLatin1Char('|'))));

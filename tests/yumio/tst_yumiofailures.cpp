@@ -98,18 +98,13 @@ private Q_SLOTS:
     {
         QVERIFY(!io->isLocked());
         // Another SORVAN on the same root, as the lock file sees it.
-        QProcess holder;
-        holder.start(python(),
-            { QStringLiteral("-c"),
-                QStringLiteral("import fcntl, os, sys\npath = sys.argv[1]\n"
-                               "os.makedirs(os.path.dirname(path), exist_ok=True)\n"
-                               "fd = os.open(path, os.O_RDWR | os.O_CREAT, 0o644)\n"
-                               "fcntl.flock(fd, fcntl.LOCK_EX)\nos.ftruncate(fd, 0)\n"
-                               "os.write(fd, b'%d\\n' % os.getpid())\n"
-                               "print('locked', flush=True)\nsys.stdin.read()\n"),
-                root + QLatin1String("/var/run/sorvan.pid") });
-        while (!holder.canReadLine())
-            QVERIFY2(holder.waitForReadyRead(30000), "the lock holder did not start");
+        LockHolder holder(QStringLiteral("import fcntl, os, sys\npath = sys.argv[1]\n"
+                                         "os.makedirs(os.path.dirname(path), exist_ok=True)\n"
+                                         "fd = os.open(path, os.O_RDWR | os.O_CREAT, 0o644)\n"
+                                         "fcntl.flock(fd, fcntl.LOCK_EX)\nos.ftruncate(fd, 0)\n"
+                                         "os.write(fd, b'%d\\n' % os.getpid())"),
+            root + QLatin1String("/var/run/sorvan.pid"));
+        QVERIFY(holder.holds());
 
         QVERIFY(!io->collect({}));
         QCOMPARE(answerer.dialogs.size(), 1);
@@ -118,13 +113,12 @@ private Q_SLOTS:
         QVERIFY2(text.startsWith(error) && text.endsWith(QLatin1String("\nUnable to obtain yum lock")),
             qPrintable(text));
         // Who holds it.
-        QVERIFY2(text.contains(QString::number(holder.processId())), qPrintable(text));
+        QVERIFY2(text.contains(QString::number(holder.pid())), qPrintable(text));
         QCOMPARE(io->count(), 0);
         QVERIFY(!io->isLocked());
         QVERIFY(!itemBar->isEnabled());
 
-        holder.closeWriteChannel();
-        QVERIFY(holder.waitForFinished(30000));
+        holder.release();
         answerer.clear();
         QVERIFY2(io->collect({}), qPrintable(answerer.summary()));
         QVERIFY(io->isLocked());
