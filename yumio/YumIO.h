@@ -344,7 +344,16 @@ private:
     void tsCallback(long what, quint64 amount, quint64 total, bool test);
     void tsEvent(QString const& name, long code, quint64 done, quint64 total, long current, long count);
     void postTransactionOutput(PyObject* transaction);
-    long rpmConstant(char const* name);
+    // The rpm callbacks the transaction's progress tells apart, and those it
+    // knows to ignore.
+    struct RpmCallbacks {
+        bool read = false;
+        long transStart = -1;
+        long transProgress = -1;
+        long transStop = -1;
+        QSet<long> known;
+    };
+    RpmCallbacks const& rpmCallbacks();
 
     // Calls one of the script's cleaning methods; its status (0 is success)
     // and its messages, added to cleanReport.
@@ -527,6 +536,7 @@ private:
     bool tsActsReady = false;
     QString tsLastName;
     QSet<Package::Entry const*> manuallyResolved;
+    RpmCallbacks rpmCallbackNumbers;
     struct sigaction savedSigchld = {};
     bool savedSigchldValid = false;
 };

@@ -866,42 +866,56 @@ void YumIO::tsInitCallback(long elements)
     progress->startItem(tr("Preparing to Test Transaction"), testSetupShare, 1);
 }
 
-long YumIO::rpmConstant(char const* name)
+YumIO::RpmCallbacks const& YumIO::rpmCallbacks()
 {
-    PyObject* value = rpmDict ? PyDict_GetItemString(rpmDict, name) : nullptr;
-    long const number = value && PyLong_Check(value) ? PyLong_AsLong(value) : -1;
-    if (PyErr_Occurred())
-        PyErr_Clear();
-    return number;
+    // rpm's numbers, read once: its callback comes for every chunk of every
+    // package.
+    if (!rpmCallbackNumbers.read && rpmDict) {
+        auto number = [this](char const* name) {
+            PyObject* value = PyDict_GetItemString(rpmDict, name);
+            long const n = value && PyLong_Check(value) ? PyLong_AsLong(value) : -1;
+            if (PyErr_Occurred())
+                PyErr_Clear();
+            return n;
+        };
+        RpmCallbacks& c = rpmCallbackNumbers;
+        c.transStart = number("RPMCALLBACK_TRANS_START");
+        c.transProgress = number("RPMCALLBACK_TRANS_PROGRESS");
+        c.transStop = number("RPMCALLBACK_TRANS_STOP");
+        for (char const* name :
+            { "RPMCALLBACK_UNKNOWN", "RPMCALLBACK_INST_PROGRESS", "RPMCALLBACK_INST_START",
+                "RPMCALLBACK_INST_OPEN_FILE", "RPMCALLBACK_INST_CLOSE_FILE", "RPMCALLBACK_INST_STOP",
+                "RPMCALLBACK_UNINST_PROGRESS", "RPMCALLBACK_UNINST_START", "RPMCALLBACK_UNINST_STOP",
+                "RPMCALLBACK_REPACKAGE_PROGRESS", "RPMCALLBACK_REPACKAGE_START", "RPMCALLBACK_REPACKAGE_STOP",
+                "RPMCALLBACK_UNPACK_ERROR", "RPMCALLBACK_CPIO_ERROR", "RPMCALLBACK_SCRIPT_ERROR",
+                "RPMCALLBACK_SCRIPT_START", "RPMCALLBACK_SCRIPT_STOP", "RPMCALLBACK_ELEM_PROGRESS",
+                "RPMCALLBACK_VERIFY_PROGRESS", "RPMCALLBACK_VERIFY_START", "RPMCALLBACK_VERIFY_STOP" })
+            if (long const n = number(name); n >= 0)
+                c.known.insert(n);
+        c.read = true;
+    }
+    return rpmCallbackNumbers;
 }
 
 void YumIO::tsCallback(long what, quint64 amount, quint64 total, bool test)
 {
-    static char const* const quiet[]
-        = { "RPMCALLBACK_UNKNOWN", "RPMCALLBACK_INST_PROGRESS", "RPMCALLBACK_INST_START",
-              "RPMCALLBACK_INST_OPEN_FILE", "RPMCALLBACK_INST_CLOSE_FILE", "RPMCALLBACK_INST_STOP",
-              "RPMCALLBACK_UNINST_PROGRESS", "RPMCALLBACK_UNINST_START", "RPMCALLBACK_UNINST_STOP",
-              "RPMCALLBACK_REPACKAGE_PROGRESS", "RPMCALLBACK_REPACKAGE_START", "RPMCALLBACK_REPACKAGE_STOP",
-              "RPMCALLBACK_UNPACK_ERROR", "RPMCALLBACK_CPIO_ERROR", "RPMCALLBACK_SCRIPT_ERROR",
-              "RPMCALLBACK_SCRIPT_START", "RPMCALLBACK_SCRIPT_STOP", "RPMCALLBACK_ELEM_PROGRESS",
-              "RPMCALLBACK_VERIFY_PROGRESS", "RPMCALLBACK_VERIFY_START", "RPMCALLBACK_VERIFY_STOP" };
-    if (what == rpmConstant("RPMCALLBACK_TRANS_START")) {
+    if (!progress)
+        return;
+    RpmCallbacks const& c = rpmCallbacks();
+    if (what == c.transStart) {
         if (test)
             progress->startItem(tr("Transaction Test"), testShare, qMax<quint64>(total, 1));
         else
             progress->startItem(tr("Preparing to Run Transaction"), prepareShare, qMax<quint64>(total, 1));
-    } else if (what == rpmConstant("RPMCALLBACK_TRANS_PROGRESS")) {
+    } else if (what == c.transProgress) {
         progress->setItemValue(amount + 1);
-    } else if (what == rpmConstant("RPMCALLBACK_TRANS_STOP")) {
+    } else if (what == c.transStop) {
         if (!test && !tsActsReady) {
             progress->setupItemActs(packagesShare, qMax<quint32>(tsElements, 1));
             tsActs = qMax<quint32>(tsElements, 1);
             tsActsReady = true;
         }
-    } else {
-        for (char const* name : quiet)
-            if (what == rpmConstant(name))
-                return;
+    } else if (!c.known.contains(what)) {
         // Reported in the log only: a box would hold the running transaction.
         log(Log::Error, 0,
             tr("Internal error: YumIO::tsCallback what=%1 not understood; ignoring").arg(what));

@@ -357,12 +357,16 @@ class Apply:
         info = TsInfo()
         session = self.session
         obsoletedBy = {}
+        replaced = {}
         added = 0
         for tsi in ts:
             if tsi.action in _FORWARD:
                 for old in goal.obsoleted_by_package(tsi.pkg):
                     if old.name != tsi.pkg.name:
                         obsoletedBy.setdefault(_key(old), tsi.pkg)
+        for tsi in ts:
+            if tsi.action in (_A.TransactionItemAction_UPGRADED, _A.TransactionItemAction_DOWNGRADED):
+                replaced.setdefault(tsi.pkg.name, []).append(tsi.pkg)
         for tsi in ts:
             pkg = tsi.pkg
             asked = _key(pkg) in self.requested
@@ -375,9 +379,7 @@ class Apply:
             elif action in _UPDATING:
                 (info.updated if asked else info.depupdated).append(TxMember(session, pkg))
                 if not asked:
-                    olds = [t.pkg for t in ts if t.action in (_A.TransactionItemAction_UPGRADED,
-                                                               _A.TransactionItemAction_DOWNGRADED)
-                            and t.pkg.name == pkg.name]
+                    olds = replaced.get(pkg.name, [])
                     self._tsinfo("Marking %s as update for %s" % (
                         _envra(pkg), ", ".join(_envra(o) for o in olds) or pkg.name))
                     added += 1
