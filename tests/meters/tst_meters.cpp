@@ -122,19 +122,15 @@ private Q_SLOTS:
         // Multi-file meters: index acts in pairs from 1, contents from 2R,
         // reading from 4R, each phase below its base lifted to it.
         row("multi mirror list", true, 41400, 0, 2, 3);
-        row("multi repomd after its mirror list", true, 41400, 1, 3, 4);
         row("multi groups below base", true, 41400, 2, 0, 7);
-        row("multi contents above base", true, 41400, 3, 9, 10);
         row("multi convert below base", true, 41400, 4, 8, 13);
         row("multi read two pairs above base", true, 41400, 5, 17, 18);
         // Without them, above 3.1.6: six acts per repository in turn.
         row("6 read", false, 30107, 5, 0, 6);
         row("6 contents second repository", false, 41400, 3, 7, 10);
-        row("6 convert same repository", false, 41400, 4, 11, 11);
         // Up to 3.1.6: index acts in pairs, the others in threes from 2R.
         row("old repomd after its mirror list", false, 30106, 1, 1, 2);
         row("old read below base", false, 30106, 5, 0, 10);
-        row("old groups above base", false, 30106, 2, 10, 10);
         row("old read above base", false, 30106, 5, 10, 13);
     }
     void actNumber()
@@ -157,7 +153,6 @@ private Q_SLOTS:
     {
         columns<int, int, QString, QString>("label", "act", "name", "activity");
         row("mirror list named", 0, 0, "base", "Downloading repository mirror list for base");
-        row("mirror list", 0, 0, "", "Downloading repository mirror list");
         row("repomd", 0, 1, "", "Downloading repository repomd");
         row("groups named", 0, 2, "base", "Downloading repository groups for base");
         row("contents", 0, 3, "", "Downloading repository contents");
@@ -198,10 +193,7 @@ private Q_SLOTS:
             "Downloading repository contents for updates");
         row("buffet", "/c/buffet?user=joe&pass=s3cret&path=base/repomd.xml", "",
             "Downloading repository repomd for base");
-        row("buffe", "/c/buffe?u=joe&p=s3cret&path=extras/primary.xml.gz", "",
-            "Downloading repository contents for extras");
         row("one slash", "/repomd.xml", "", "Downloading repository repomd for /repomd.xml");
-        row("text stands in", "", "updates/primary_db", "Downloading repository contents for updates");
         row("text cut at its first slash", "", "updates/x/group_gz",
             "Downloading repository groups for updates");
     }

@@ -1,7 +1,4 @@
-// The filter and search proxy over a real collection of the sandbox root:
-// the state, duplicates and groups settings, the expression in Filter mode's
-// joined line and Search mode's separate fields, marking the listed updates,
-// and sorting with ties broken by name.
+// The filter and search proxy over a real collection of the sandbox root.
 
 #include "SandboxSession.h"
 #include "packagetable/PackageTableModel.h"
@@ -167,10 +164,8 @@ S | ^sv-viewer-langpack$ | SORVAN Desktop, sv-viewer-langpack
     }
     void listing()
     {
-        // Filter mode matches the shown texts joined by single blanks (name,
-        // version, repository, architecture, size, build time); Search mode
-        // each of its 23 fields on its own, and a group's name and member
-        // lists.  An expression that does not compile lists everything.
+        // Filter mode matches the shown texts joined by single blanks; Search
+        // mode each field on its own.  A broken expression lists everything.
         QFETCH(QString, mode);
         QFETCH(QString, expression);
         QFETCH(QString, listed);

@@ -116,9 +116,7 @@ class BoxAnswerer : public QObject
 {
 public:
     struct Box {
-        QMessageBox::Icon icon;
         QString title, text;
-        QMessageBox::StandardButtons buttons;
         QMessageBox::StandardButton defaultButton, escapeButton;
     };
     QList<Box> boxes;
@@ -147,8 +145,8 @@ private:
         m_answered.append(box);
         auto standard
             = [box](QAbstractButton* b) { return b ? box->standardButton(b) : QMessageBox::NoButton; };
-        boxes.append({ box->icon(), box->windowTitle(), box->text(), box->standardButtons(),
-            standard(box->defaultButton()), standard(box->escapeButton()) });
+        boxes.append({ box->windowTitle(), box->text(), standard(box->defaultButton()),
+            standard(box->escapeButton()) });
         auto const answer = m_answers.size() > 1 ? m_answers.takeFirst() : m_answers.value(0);
         if (QAbstractButton* button = box->button(answer))
             button->click();
