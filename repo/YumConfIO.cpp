@@ -6,6 +6,8 @@
 #include <QFile>
 #include <QMessageBox>
 #include <QRegularExpression>
+#include <QStringDecoder>
+#include <QStringEncoder>
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -48,6 +50,32 @@ int statResolved(QString const& path, struct stat* st)
 Repo::Entry::Flag flagOf(QString const& value)
 {
     return value.trimmed() == QLatin1String("0") ? Repo::Entry::Off : Repo::Entry::On;
+}
+
+// The whole file, or errno on failure.  Reading it at once lets the write
+// later tell whether another program changed it meanwhile.
+int slurp(QString const& path, QByteArray& content, bool& opened)
+{
+    content.clear();
+    opened = false;
+    FILE* file = ::fopen(encoded(Repo::ManagedRoot::resolve(path)).constData(), "re");
+    if (!file)
+        return errno;
+    opened = true;
+    char buffer[65536];
+    size_t got;
+    while ((got = ::fread(buffer, 1, sizeof buffer, file)) > 0)
+        content.append(buffer, qsizetype(got));
+    int const failure = ::ferror(file) ? errno : 0;
+    ::fclose(file);
+    return failure;
+}
+
+bool isUtf8(QByteArray const& bytes)
+{
+    QStringDecoder decoder(QStringDecoder::Utf8);
+    QString const text = decoder.decode(bytes);
+    return !decoder.hasError();
 }
 
 } // namespace
@@ -95,7 +123,7 @@ YumConfIO::Result YumConfIO::readLine(FILE* file, QString& line)
             break;
         bytes.append(char(c));
     }
-    line = QString::fromLatin1(bytes);
+    line = m_readingUtf8 ? QString::fromUtf8(bytes) : QString::fromLatin1(bytes);
     return Result::Line;
 }
 
@@ -260,6 +288,39 @@ void YumConfIO::applyUsedOptions(Repo::Entry const& entry)
     }
 }
 
+YumConfIO::FileRead YumConfIO::readFile(QString const& path, bool mainFile)
+{
+    QByteArray content;
+    bool opened = false;
+    int const failure = slurp(path, content, opened);
+    if (!opened) {
+        errno = failure;
+        return FileRead::Unopened;
+    }
+    if (failure != 0) {
+        error(tr("Error reading repository configuration file %1").arg(path), failure);
+        return FileRead::Failed;
+    }
+    m_readContents.insert(path, content);
+    // Files written today are UTF-8; an older one in Latin-1 is read, and
+    // written back, byte for byte as it was.
+    m_readingUtf8 = isUtf8(content);
+    if (m_readingUtf8)
+        m_utf8Files.insert(path);
+
+    m_pushedBack.clear();
+    m_readingPath = path;
+    FILE* file = ::fmemopen(content.data(), size_t(content.size()), "r");
+    if (!file) {
+        int const saved = errno;
+        error(tr("Error reading repository configuration file %1").arg(path), saved);
+        return FileRead::Failed;
+    }
+    bool const parsed = mainFile ? readConfFile(file) : readRepoFile(file, path);
+    ::fclose(file);
+    return parsed ? FileRead::Done : FileRead::Failed;
+}
+
 bool YumConfIO::read(QWidget* parent)
 {
     m_parent = parent;
@@ -272,20 +333,19 @@ bool YumConfIO::read(QWidget* parent)
     m_repos.clear();
     m_readComplete = false;
     m_readFiles.clear();
+    m_readContents.clear();
+    m_utf8Files.clear();
 
     QString const mainFile = fileName();
-    m_pushedBack.clear();
-    m_readingPath = mainFile;
-    FILE* file = ::fopen(encoded(Repo::ManagedRoot::resolve(mainFile)).constData(), "re");
-    if (!file) {
-        int const saved = errno;
-        error(tr("Unable to read yum configuration file %1").arg(mainFile), saved);
+    switch (readFile(mainFile, true)) {
+    case FileRead::Unopened:
+        error(tr("Unable to read yum configuration file %1").arg(mainFile), errno);
         return false;
+    case FileRead::Failed:
+        return false;
+    case FileRead::Done:
+        break;
     }
-    bool const mainRead = readConfFile(file);
-    ::fclose(file);
-    if (!mainRead)
-        return false;
 
     for (QString const& directory : std::as_const(m_reposdirs)) {
         QStringList names;
@@ -301,22 +361,21 @@ bool YumConfIO::read(QWidget* parent)
             }
             if (S_ISDIR(st.st_mode))
                 continue;
-            m_pushedBack.clear();
-            file = ::fopen(encoded(Repo::ManagedRoot::resolve(path)).constData(), "re");
-            if (!file) {
-                int const saved = errno;
-                error(tr("Unable to read repository configuration file %1").arg(path), saved);
-                return false;
-            }
             m_readFiles.insert(path);
-            bool const repoRead = readRepoFile(file, path);
-            ::fclose(file);
-            if (!repoRead)
+            switch (readFile(path, false)) {
+            case FileRead::Unopened:
+                error(tr("Unable to read repository configuration file %1").arg(path), errno);
                 return false;
+            case FileRead::Failed:
+                return false;
+            case FileRead::Done:
+                break;
+            }
         }
     }
 
     m_readComplete = true;
+    m_readRepos = m_repos;
     Q_EMIT changed();
     return true;
 }
@@ -403,9 +462,9 @@ bool YumConfIO::filePositionLessThan(Repo::Entry const& a, Repo::Entry const& b)
     return a.position < b.position;
 }
 
-void YumConfIO::writeRepo(QByteArray& file, Repo::Entry const& entry) const
+void YumConfIO::writeRepo(QString& file, Repo::Entry const& entry) const
 {
-    auto put = [&](QString const& text) { file += text.toLatin1(); };
+    auto put = [&](QString const& text) { file += text; };
     put(QLatin1Char('[') + entry.id + QLatin1String("]\n"));
     if (!entry.name.isEmpty())
         put(QLatin1String("name=") + entry.name + QLatin1Char('\n'));
@@ -427,8 +486,116 @@ void YumConfIO::writeRepo(QByteArray& file, Repo::Entry const& entry) const
         // Text typed into the editor may lack the last line feed; the next
         // section header must not end up on its line.
         if (!entry.other.endsWith(QLatin1Char('\n')))
-            file += '\n';
+            file += QLatin1Char('\n');
     }
+}
+
+bool YumConfIO::utf8File(QString const& path) const
+{
+    return m_utf8Files.contains(path) || !m_readContents.contains(path);
+}
+
+QByteArray YumConfIO::encodeFor(QString const& path, QString const& text) const
+{
+    return utf8File(path) ? text.toUtf8() : text.toLatin1();
+}
+
+bool YumConfIO::checkEntries(QWidget* parent)
+{
+    m_parent = parent;
+    // dnf's own rule; $variables are expanded before it checks.
+    static QRegularExpression const variables(QStringLiteral("\\$(\\{\\w+\\}|\\w+)"));
+    static QRegularExpression const badChar(QStringLiteral("[^A-Za-z0-9_.:-]"));
+    static QRegularExpression const metalink(
+        QStringLiteral("^metalink[ \t]*[:=][ \t]*\\S"), QRegularExpression::MultilineOption);
+    static QRegularExpression const halfQuery(QStringLiteral("/buffet\\?[^&\\s]*=[^&\\s]*&path="));
+    static QRegularExpression const pathPair(QStringLiteral("/rhel/[^/\\s]*=[^/\\s]*/"));
+    static QRegularExpression const wholePath(QStringLiteral("/rhel/[^/\\s]*=[^/\\s]*/[^/\\s]*=[^/\\s]*/"));
+    auto halfBuffet = [&](QString const& urls) {
+        if (urls.contains(halfQuery))
+            return true;
+        // Every "/rhel/key=value/" must go on with a second pair.
+        for (auto it = pathPair.globalMatch(urls); it.hasNext();) {
+            auto const match = it.next();
+            if (wholePath.match(urls, match.capturedStart()).capturedStart() != match.capturedStart())
+                return true;
+        }
+        return false;
+    };
+
+    for (Repo::Entry const& entry : std::as_const(m_repos)) {
+        // What the files already hold is dnf's to judge; only what was
+        // added or edited here is checked.
+        if (m_readRepos.contains(entry))
+            continue;
+        QString const bare = QString(entry.id).remove(variables);
+        auto const bad = badChar.match(bare);
+        if (bad.hasMatch()) {
+            refuse(tr("The Identifier \"%1\" contains \"%2\", which dnf does not accept in an "
+                      "identifier: use letters, digits and the characters - _ . : only.  Nothing was "
+                      "written.")
+                       .arg(entry.id, bad.captured()));
+            return false;
+        }
+        if (entry.baseurl.trimmed().isEmpty() && entry.mirrorlist.trimmed().isEmpty()
+            && !entry.other.contains(metalink)) {
+            refuse(tr("Repository %1 has no URLs and no Mirror list URL, so dnf cannot use it.  Nothing "
+                      "was written.")
+                       .arg(entry.id));
+            return false;
+        }
+        for (auto const& [urls, field] : { std::pair { entry.baseurl, tr("URLs") },
+                 std::pair { entry.mirrorlist, tr("Mirror list URL") } }) {
+            if (halfBuffet(urls)) {
+                refuse(tr("Repository %2 has a buffet authentication URL in its %1 with only one of the "
+                          "two key=value pairs; it needs both, the name and the password.  Nothing was "
+                          "written.")
+                           .arg(field, entry.id));
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+bool YumConfIO::checkFiles(QList<QPair<QString, QByteArray>> const& files, QSet<QString> const& removed)
+{
+    auto unchanged = [&](QString const& path) {
+        QByteArray now;
+        bool opened = false;
+        int const failure = slurp(path, now, opened);
+        auto const known = m_readContents.constFind(path);
+        if (known == m_readContents.cend()) {
+            // Something that is no file (a directory) is the writer's to report.
+            struct stat st;
+            return (!opened && failure == ENOENT) || (statResolved(path, &st) == 0 && !S_ISREG(st.st_mode));
+        }
+        return opened && failure == 0 && now == *known;
+    };
+    for (auto const& file : files) {
+        if (unchanged(file.first))
+            continue;
+        refuse((m_readContents.contains(file.first)
+                       ? tr("Repository configuration file %1 was changed by another program after SORVAN "
+                            "read it.")
+                       : tr("Repository configuration file %1 was made by another program after SORVAN "
+                            "read the configuration."))
+                   .arg(file.first)
+            + tr("  Nothing was written, so that those changes are not lost.  Use Reset All to read the "
+                 "files again, then repeat your changes."));
+        return false;
+    }
+    for (QString const& path : removed) {
+        struct stat st;
+        if (unchanged(path) || (::lstat(encoded(path).constData(), &st) != 0 && errno == ENOENT))
+            continue;
+        refuse(tr("Repository configuration file %1 was changed by another program after SORVAN read it.  "
+                  "Nothing was written, so that those changes are not lost.  Use Reset All to read the "
+                  "files again, then repeat your changes.")
+                   .arg(path));
+        return false;
+    }
+    return true;
 }
 
 bool YumConfIO::holdsPassword(QByteArray const& content)
@@ -468,24 +635,21 @@ bool YumConfIO::write(QWidget* parent)
     Repo::EntryList sorted = m_repos;
     std::stable_sort(sorted.begin(), sorted.end(), filePositionLessThan);
 
-    // Every file's new content, in write order.
+    // Every file's new text, in write order.
     QString const mainFile = fileName();
-    QList<QPair<QString, QByteArray>> contents;
+    QList<QPair<QString, QString>> texts;
     QSet<QString> written;
     for (Repo::Entry const& entry : std::as_const(sorted)) {
-        if (contents.isEmpty() || contents.last().first != entry.file) {
-            QByteArray start;
-            if (entry.file == mainFile)
-                start = m_mainText.toLatin1();
-            contents.append({ entry.file, start });
+        if (texts.isEmpty() || texts.last().first != entry.file) {
+            texts.append({ entry.file, entry.file == mainFile ? m_mainText : QString() });
             written.insert(entry.file);
         } else {
-            contents.last().second += '\n';
+            texts.last().second += QLatin1Char('\n');
         }
-        writeRepo(contents.last().second, entry);
+        writeRepo(texts.last().second, entry);
     }
     if (!written.contains(mainFile)) {
-        contents.append({ mainFile, m_mainText.toLatin1() });
+        texts.append({ mainFile, m_mainText });
         written.insert(mainFile);
     }
 
@@ -493,16 +657,30 @@ bool YumConfIO::write(QWidget* parent)
     // or the second rename would drop the sections of the first.
     QList<QPair<QString, QByteArray>> files;
     QHash<QString, qsizetype> byTarget;
-    for (auto const& [path, content] : std::as_const(contents)) {
+    for (auto const& [path, text] : std::as_const(texts)) {
+        if (!utf8File(path)
+            && std::any_of(text.cbegin(), text.cend(), [](QChar c) { return c.unicode() > 0xff; })) {
+            refuse(tr("Repository configuration file %1 is written in Latin-1, which cannot hold every "
+                      "character of the repositories placed in it.  Nothing was written.")
+                       .arg(path));
+            return false;
+        }
         QString const target = Repo::ManagedRoot::resolve(path);
         auto const known = byTarget.constFind(target);
         if (known != byTarget.cend()) {
-            files[*known].second += '\n' + content;
+            files[*known].second += '\n' + encodeFor(files.at(*known).first, text);
         } else {
             byTarget.insert(target, files.size());
-            files.append({ path, content });
+            files.append({ path, encodeFor(path, text) });
         }
     }
+    QSet<QString> removed;
+    for (QString const& path : std::as_const(m_readFiles)) {
+        if (!written.contains(path))
+            removed.insert(path);
+    }
+    if (!checkFiles(files, removed))
+        return false;
 
     Repo::FileReplacer replacer;
     for (auto const& [path, content] : std::as_const(files)) {
@@ -512,7 +690,19 @@ bool YumConfIO::write(QWidget* parent)
             return false;
         }
     }
-    if (!replacer.commit()) {
+    bool const committed = replacer.commit();
+    // What this write put on disk is what the next one must find there,
+    // also after a failure part way.
+    for (auto const& [path, content] : std::as_const(files)) {
+        QByteArray now;
+        bool opened = false;
+        if (!committed && (slurp(path, now, opened) != 0 || now != content))
+            continue;
+        if (utf8File(path))
+            m_utf8Files.insert(path);
+        m_readContents.insert(path, content);
+    }
+    if (!committed) {
         error(tr("Unable to write repository configuration file %1").arg(replacer.failedPath()),
             replacer.failedErrno());
         return false;
@@ -558,6 +748,7 @@ bool YumConfIO::removeUnusedFiles(QSet<QString> const& written)
                 return false;
             }
             m_readFiles.remove(path);
+            m_readContents.remove(path);
         }
     }
     // A later write without a new read judges the files as they are now.
@@ -566,6 +757,11 @@ bool YumConfIO::removeUnusedFiles(QSet<QString> const& written)
 }
 
 // ---------------------------------------------------------------- failures
+
+void YumConfIO::refuse(QString const& message)
+{
+    QMessageBox::critical(m_parent, tr("SORVAN Repository Editor Error"), message, QMessageBox::Ok);
+}
 
 void YumConfIO::error(QString const& message, int errorNumber)
 {

@@ -40,6 +40,11 @@ public:
     // then writes every file and deletes the ".repo" files left empty.  No
     // file is ever left half written; see Repo::FileReplacer.
     bool write(QWidget* parent);
+    // Before write(), for the editor: whether every entry added or changed
+    // since the last read is one dnf accepts (an identifier of its
+    // characters, a URL, whole buffet pairs).  Reports the first problem in a
+    // box on `parent` and returns false.
+    bool checkEntries(QWidget* parent);
 
     // Paths are those of this machine, the managed root included.
     QString const& cachedir() const { return m_cachedir; }
@@ -70,6 +75,19 @@ Q_SIGNALS:
 
 private:
     enum class Result { Line, EndOfFile, Error };
+    enum class FileRead { Done, Unopened, Failed };
+
+    // Reads one file whole, remembers its bytes and parses it.  Unopened
+    // leaves errno set and reports nothing; Failed has been reported.
+    FileRead readFile(QString const& path, bool mainFile);
+    // What write() may not do: a file changed on disk since it was read, or an
+    // entry dnf would reject or SORVAN could not write faithfully.  Reports
+    // the first problem and returns false.
+    bool checkFiles(QList<QPair<QString, QByteArray>> const& files, QSet<QString> const& removed);
+    bool utf8File(QString const& path) const;
+    QByteArray encodeFor(QString const& path, QString const& text) const;
+    // A box like error()'s, for problems no system call reported.
+    void refuse(QString const& message);
 
     bool readConfFile(FILE* file);
     bool readRepoFile(FILE* file, QString const& path);
@@ -82,7 +100,7 @@ private:
     bool hasEmptyId() const;
     QString getDuplicateId() const;
     void cleanupWrite(Repo::EntryList& list) const;
-    void writeRepo(QByteArray& file, Repo::Entry const& entry) const;
+    void writeRepo(QString& file, Repo::Entry const& entry) const;
     bool removeUnusedFiles(QSet<QString> const& written);
     // A critical box with the message and the "; errno = ..." suffix.
     void error(QString const& message, int errorNumber);
@@ -106,4 +124,12 @@ private:
     // The ".repo" files of the last read.  Only these may be deleted as
     // unused: a file that appeared since was never shown to the user.
     QSet<QString> m_readFiles;
+    // Every file's bytes as last read or written, to notice another
+    // program's changes before overwriting them.
+    QHash<QString, QByteArray> m_readContents;
+    // The files that were valid UTF-8 and are written back as UTF-8; the
+    // others are Latin-1 both ways.
+    QSet<QString> m_utf8Files;
+    Repo::EntryList m_readRepos;
+    bool m_readingUtf8 = true;
 };

@@ -54,6 +54,7 @@ private Q_SLOTS:
         row("later key wins", "[a]\nname=one\nname=two\n", "a@1 name=two");
         row("no last line feed", "[a]\nname=A", "a@1 name=A");
         row("latin-1", QString::fromLatin1("[a]\nname=caf\xe9\n"), QString::fromLatin1("a@1 name=caf\xe9"));
+        row("utf-8", QString::fromLatin1("[a]\nname=caf\xc3\xa9\n"), QString::fromLatin1("a@1 name=caf\xe9"));
     }
     void repoFile()
     {

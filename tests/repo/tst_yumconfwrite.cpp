@@ -257,6 +257,64 @@ private Q_SLOTS:
         QVERIFY(!root.snapshot().contains("/etc/yum.repos.d/old.repo"));
     }
 
+    void refusals_data()
+    {
+        // An edit of the entry "e" read from e.repo, what another program
+        // does meanwhile, and the start of the refusal ("" when written).
+        columns<QString, QString, QString, QString>("field", "value", "meanwhile", "refusal");
+        row("valid", "id", "e-1.x:$basearch", "", "");
+        row("identifier dnf rejects", "id", "my repo", "", "The Identifier \"my repo\" contains \" \"");
+        row("no URL", "baseurl", "", "", "Repository e has no URLs and no Mirror list URL");
+        row("a metalink will do", "other", "metalink=https://m/\n", "", "");
+        row("half query form", "baseurl", "https://h/buffet?user=u&path=/x/", "",
+            "Repository e has a buffet authentication URL in its URLs");
+        row("half path form", "mirrorlist", "https://h/rhel/user=u/x/", "",
+            "Repository e has a buffet authentication URL in its Mirror list URL");
+        row("whole path form", "mirrorlist", "https://h/rhel/user=u/pass=p/x/", "", "");
+        row("no Latin-1 for it", "name", "\u20ac", "latin1",
+            "Repository configuration file <root>/etc/yum.repos.d/e.repo is written in Latin-1");
+        row("file changed meanwhile", "name", "E", "change",
+            "Repository configuration file <root>/etc/yum.repos.d/e.repo was changed by another program");
+        row("file made meanwhile", "file", "new.repo", "make",
+            "Repository configuration file <root>/etc/yum.repos.d/new.repo was made by another program");
+    }
+    void refusals()
+    {
+        QFETCH(QString, field);
+        QFETCH(QString, value);
+        QFETCH(QString, meanwhile);
+        QFETCH(QString, refusal);
+        Root root;
+        QVERIFY(root.put("/etc/yum.conf", "[main]\n"));
+        QVERIFY(root.put("/etc/yum.repos.d/e.repo",
+            meanwhile == QLatin1String("latin1") ? "[e]\nname=caf\xe9\nbaseurl=file:///e/\n"
+                                                 : "[e]\nname=e\nbaseurl=file:///e/\n"));
+        Conf conf;
+        BoxAnswerer answerer;
+        QVERIFY(conf.io.read(nullptr));
+        Entry& e = conf.io.repos().first();
+        QHash<QString, QString*> const fields { { QStringLiteral("id"), &e.id },
+            { QStringLiteral("baseurl"), &e.baseurl }, { QStringLiteral("mirrorlist"), &e.mirrorlist },
+            { QStringLiteral("other"), &e.other }, { QStringLiteral("name"), &e.name },
+            { QStringLiteral("file"), &e.file } };
+        *fields.value(field) = value;
+        if (meanwhile == QLatin1String("change"))
+            QVERIFY(root.put("/etc/yum.repos.d/e.repo", "[e]\nbaseurl=file:///theirs/\n"));
+        if (meanwhile == QLatin1String("make"))
+            QVERIFY(root.put("/etc/yum.repos.d/new.repo", "[theirs]\n"));
+        Files const before = root.snapshot();
+
+        bool const written = conf.io.checkEntries(nullptr) && conf.io.write(nullptr);
+        QCOMPARE(written, refusal.isEmpty());
+        if (written)
+            return;
+        QCOMPARE(answerer.boxes.size(), 1);
+        QCOMPARE(answerer.boxes[0].title, QStringLiteral("SORVAN Repository Editor Error"));
+        QVERIFY2(answerer.texts().startsWith(QString(refusal).replace(QLatin1String("<root>"), root.path())),
+            qPrintable(answerer.texts()));
+        QCOMPARE(root.snapshot(), before);
+    }
+
     void holdsPassword_data()
     {
         columns<QByteArray, bool>("content", "secret");
