@@ -194,6 +194,9 @@ bool FileReplacer::stage(QString const& path, QByteArray const& content, bool se
         }
         copyAttributes(targetName, fd);
         mode = old.st_mode & 07777;
+        // A password takes the file away from group and others.
+        if (secret)
+            mode &= ~mode_t(077);
     } else {
         mode = secret ? 0600 : (0666 & ~currentUmask());
     }

@@ -29,7 +29,8 @@ public:
     // Prepares `path` to receive `content`.  A file that does not exist yet is
     // created with the mode a new file gets (0666 less the umask), or readable
     // by its owner only when `secret` is set; an existing file keeps its owner,
-    // group, mode and extended attributes.  A file that already holds exactly
+    // group, mode and extended attributes, except that `secret` takes every
+    // permission of group and others away.  A file that already holds exactly
     // `content` is left alone.  False on failure, with failedPath() and
     // failedErrno() saying where and why.
     bool stage(QString const& path, QByteArray const& content, bool secret);

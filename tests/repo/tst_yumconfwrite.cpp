@@ -424,8 +424,8 @@ private Q_SLOTS:
             after = root.snapshot();
         }
         // Links written through to their targets; rewritten files keep owner
-        // and mode, even with a password now; new ones holding a password
-        // are for root only.
+        // and mode, less group's and others' once they hold a password; new
+        // ones holding a password are for root only.
         QByteArray const own = QByteArray::number(::geteuid()) + ':' + QByteArray::number(::getegid());
         QByteArray const owner = ::geteuid() == 0 ? "1234:5678" : own;
         QCOMPARE(after,
@@ -433,7 +433,7 @@ private Q_SLOTS:
                         "600 " + own + "\n[main]\ngpgcheck=1\n\n[inmain]\nname=In main renamed\n" },
                 { "/etc/yum.conf", "-> dnf/dnf.conf" },
                 { "/etc/yum.repos.d/a.repo",
-                    "2640 " + owner + "\n[a1]\nname=A1 renamed\npassword=x\n\n[a2]\nname=A2\n" },
+                    "2600 " + owner + "\n[a1]\nname=A1 renamed\npassword=x\n\n[a2]\nname=A2\n" },
                 { "/etc/yum.repos.d/l.repo", "-> /srv/l.repo" },
                 { "/etc/yum.repos.d/moved.repo", "644 " + own + "\n[b]\nname=B\n" },
                 { "/etc/yum.repos.d/secret.repo",
