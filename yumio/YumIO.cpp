@@ -1,4 +1,5 @@
 #include "yumio/YumIO.h"
+#include "yumio/Secrets.h"
 
 #include "app/Share.h"
 #include "progress/Progress.h"
@@ -636,7 +637,7 @@ bool YumIO::commExceptRaised(PyObject* result, QString const& what)
 
 void YumIO::log(Log::Kind kind, unsigned level, QString const& text)
 {
-    QString rewritten = text;
+    QString rewritten = Secrets::masked(text);
     if (rewritten.contains(QLatin1String("[Errno "))) {
         // One per thread: the output comes from workers and the GUI thread.
         thread_local QRegularExpression const errnoPrefix(QStringLiteral(": (\\[Errno [0-9]*\\] )"));
@@ -663,7 +664,7 @@ void YumIO::write(QString const& text, Log::Kind kind, unsigned level, QString& 
         if (last >= 0) {
             QStringList const lines = buffer.left(last).split(QLatin1Char('\n'));
             for (QString const& line : lines)
-                logList.entries.append(Log::Entry { kind, level, line });
+                logList.entries.append(Log::Entry { kind, level, Secrets::masked(line) });
             buffer.remove(0, last + 1);
             appended = true;
         }

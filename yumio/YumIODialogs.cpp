@@ -2,6 +2,7 @@
 
 #include "widgets/ScrollableConfirmDialog.h"
 #include "widgets/ScrollableErrorDialog.h"
+#include "yumio/Secrets.h"
 
 #include <QAbstractButton>
 #include <QCoreApplication>
@@ -88,7 +89,7 @@ YumIODialogsMinion::YumIODialogsMinion(QWidget* parent)
 void YumIODialogsMinion::confirm(
     QString const& title, QString const& text, QString const& second, QString const& third)
 {
-    ScrollableConfirmDialog dialog(text, second, third, parent);
+    ScrollableConfirmDialog dialog(Secrets::masked(text), second, third, parent);
     dialog.setWindowTitle(title);
     Q_EMIT setResult(dialog.exec());
 }
@@ -102,7 +103,7 @@ int messageBox(QMessageBox::Icon icon, QWidget* parent, QString const& title, QS
     QString const& button0, QString const& button1, QString const& button2, int defaultButton,
     int escapeButton)
 {
-    QMessageBox box(icon, title, text, QMessageBox::NoButton, parent);
+    QMessageBox box(icon, title, Secrets::masked(text), QMessageBox::NoButton, parent);
     QList<QAbstractButton*> buttons;
     for (QString const& label : { button0, button1, button2 }) {
         if (label.isEmpty())
@@ -140,7 +141,7 @@ void YumIODialogsMinion::critical(QString const& title, QString const& text, QSt
 
 void YumIODialogsMinion::scrollable(QString const& title, QString const& text)
 {
-    ScrollableErrorDialog dialog(text, parent);
+    ScrollableErrorDialog dialog(Secrets::masked(text), parent);
     dialog.setWindowTitle(title);
     dialog.exec();
     Q_EMIT setResult(0);

@@ -77,6 +77,14 @@ private Q_SLOTS:
         row("errno without digits", "a: [Errno ] b", QStringList({ "a:", "[Errno ] b" }));
         row("no blank after colon", "a:[Errno 2] b", QStringList({ "a:[Errno 2] b" }));
         row("lower case", "a: [errno 2] b", QStringList({ "a: [errno 2] b" }));
+        // Passwords in URLs never reach the log.
+        row("buffet query, file put in", "GET http://h/buffet/repodata/x.xml?u=me&p=s%20e&path=/r/ 401",
+            QStringList({ "GET http://h/buffet/repodata/x.xml?u=me&p=********&path=/r/ 401" }));
+        row("buffet path, twice", "a/rhel/u=me/p=s/x b/rhel/u=me/p=t/y",
+            QStringList({ "a/rhel/u=me/p=********/x b/rhel/u=me/p=********/y" }));
+        row("user info", "ftp://me:pw@h/x and me@h", QStringList({ "ftp://me:********@h/x and me@h" }));
+        row("one pair only", "/buffet?u=me&path=/x /rhel/u=me/x",
+            QStringList({ "/buffet?u=me&path=/x /rhel/u=me/x" }));
     }
     void log()
     {
