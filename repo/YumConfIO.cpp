@@ -544,6 +544,13 @@ bool YumConfIO::checkEntries(QWidget* parent)
                        .arg(entry.id));
             return false;
         }
+        if (entry.other.startsWith(QLatin1Char('[')) || entry.other.contains(QLatin1String("\n["))) {
+            refuse(
+                tr("The Other Options of repository %1 have a line beginning with \"[\", which would start "
+                   "a new section.  Nothing was written.")
+                    .arg(entry.id));
+            return false;
+        }
         for (auto const& [urls, field] : { std::pair { entry.baseurl, tr("URLs") },
                  std::pair { entry.mirrorlist, tr("Mirror list URL") } }) {
             if (halfBuffet(urls)) {
@@ -566,9 +573,10 @@ bool YumConfIO::checkFiles(QList<QPair<QString, QByteArray>> const& files, QSet<
         int const failure = slurp(path, now, opened);
         auto const known = m_readContents.constFind(path);
         if (known == m_readContents.cend()) {
-            // Something that is no file (a directory) is the writer's to report.
+            // What cannot be opened, or is no file (a directory), is the
+            // writer's to report.
             struct stat st;
-            return (!opened && failure == ENOENT) || (statResolved(path, &st) == 0 && !S_ISREG(st.st_mode));
+            return !opened || (statResolved(path, &st) == 0 && !S_ISREG(st.st_mode));
         }
         return opened && failure == 0 && now == *known;
     };

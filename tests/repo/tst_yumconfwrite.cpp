@@ -266,6 +266,7 @@ private Q_SLOTS:
         row("identifier dnf rejects", "id", "my repo", "", "The Identifier \"my repo\" contains \" \"");
         row("no URL", "baseurl", "", "", "Repository e has no URLs and no Mirror list URL");
         row("a metalink will do", "other", "metalink=https://m/\n", "", "");
+        row("a section in the options", "other", "x=1\n[evil]\n", "", "The Other Options of repository e");
         row("half query form", "baseurl", "https://h/buffet?user=u&path=/x/", "",
             "Repository e has a buffet authentication URL in its URLs");
         row("half path form", "mirrorlist", "https://h/rhel/user=u/x/", "",
