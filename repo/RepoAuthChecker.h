@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QHash>
+#include <QPointer>
 #include <QString>
 #include <optional>
 
@@ -36,7 +37,7 @@ private:
     bool m_quit = false;
     bool m_changed = false;
     bool m_disabled = false;
-    Dialog* m_dialog = nullptr;
+    QPointer<Dialog> m_dialog; // made on first need
     QHash<QString, Auth> m_hosts;
     std::optional<Auth> m_all;
 };
