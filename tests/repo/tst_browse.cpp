@@ -44,25 +44,25 @@ private Q_SLOTS:
         tools = dir.filePath("tools");
         opener = dir.filePath("opener");
         record = dir.filePath("out/record");
-        QVERIFY(QDir(dir.path()).mkpath("tools") && QDir(dir.path()).mkpath("opener")
-            && QDir(dir.path()).mkpath("out"));
+        // The desktop user must reach the stand-in and leave its record.
+        for (auto [path, mode] :
+            { std::pair { tools, 0755 }, { opener, 0755 }, { dir.filePath("out"), 01777 } })
+            QVERIFY(QDir().mkpath(path) && ::chmod(QFile::encodeName(path).constData(), mode) == 0);
+        QVERIFY(::chmod(QFile::encodeName(dir.path()).constData(), 0755) == 0);
         for (char const* tool : { "id", "getent", "cut", "setpriv", "runuser", "env" }) {
             QString const path = QStandardPaths::findExecutable(tool);
             QVERIFY(path.isEmpty() || QFile::link(path, tools + '/' + tool));
         }
         QFile xdgOpen(opener + "/xdg-open");
-        QVERIFY(xdgOpen.open(QIODevice::WriteOnly));
+        QVERIFY(xdgOpen.open(QIODevice::WriteOnly)
+            && xdgOpen.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner
+                | QFileDevice::ReadOther | QFileDevice::ExeOther));
         xdgOpen.write(
             "#!/bin/sh\n"
             "case $1 in *fail*) echo \"xdg-open: no method available for opening '$1'\" >&2; exit 3;; esac\n"
             "{ id -u; printf '%s\\n' \"$@\"; } > "
             + QFile::encodeName(record) + "\n");
         xdgOpen.close();
-        // The desktop user must reach the stand-in and leave its record.
-        QVERIFY(::chmod(QFile::encodeName(xdgOpen.fileName()).constData(), 0755) == 0);
-        for (QString const& path : { dir.path(), opener, tools })
-            QVERIFY(::chmod(QFile::encodeName(path).constData(), 0755) == 0);
-        QVERIFY(::chmod(QFile::encodeName(dir.filePath("out")).constData(), 01777) == 0);
         QVERIFY(QFile(dir.filePath("manual.pdf")).open(QIODevice::WriteOnly));
     }
     void init() { QFile::remove(record); }

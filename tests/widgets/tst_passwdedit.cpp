@@ -20,64 +20,46 @@ QRegularExpression const passwords("p=([^&/\\s]*)[&/]");
 
 // Either field behind one face.
 struct Field {
-    std::unique_ptr<PasswdLineEdit> line;
-    std::unique_ptr<PasswdTextEdit> multi;
+    PasswdLineEdit* line = nullptr;
+    PasswdTextEdit* multi = nullptr;
+    std::unique_ptr<QWidget> widget;
 
     explicit Field(bool multiLine)
+        : widget(multiLine ? static_cast<QWidget*>(multi = new PasswdTextEdit(passwords))
+                           : (line = new PasswdLineEdit(passwords)))
     {
-        if (multiLine)
-            multi = std::make_unique<PasswdTextEdit>(passwords);
-        else
-            line = std::make_unique<PasswdLineEdit>(passwords);
-        widget()->show();
-        QApplication::setActiveWindow(widget());
-        widget()->setFocus();
+        widget->show();
+        QApplication::setActiveWindow(widget.get());
     }
-    QWidget* widget() const { return line ? static_cast<QWidget*>(line.get()) : multi.get(); }
     QString text() const { return line ? line->text() : multi->text(); }
     void setText(QString const& text) { line ? line->setText(text) : multi->setText(text); }
     QString shown() const { return line ? line->QLineEdit::text() : multi->toPlainText(); }
     bool revealed() const { return line ? line->revealed() : multi->revealed(); }
-    QAction* reveal() const
-    {
-        return line ? line->actions().value(0) : multi->findChild<QToolButton*>()->defaultAction();
-    }
-    // Whether the eye is there to be clicked.
-    bool offered() const
-    {
-        return line ? reveal()->isVisible() : !multi->findChild<QToolButton*>()->isHidden();
-    }
+    QAction* eye() const { return line ? line->actions().value(0) : eyeButton()->defaultAction(); }
+    QToolButton* eyeButton() const { return widget->findChild<QToolButton*>(); }
     void select(int anchor, int position)
     {
-        if (line) {
-            line->setCursorPosition(anchor);
-            line->setSelection(anchor, position - anchor);
-        } else {
-            QTextCursor cursor = multi->textCursor();
-            cursor.setPosition(anchor);
-            cursor.setPosition(position, QTextCursor::KeepAnchor);
-            multi->setTextCursor(cursor);
-        }
+        if (line)
+            return line->setSelection(anchor, position - anchor);
+        QTextCursor cursor = multi->textCursor();
+        cursor.setPosition(anchor);
+        cursor.setPosition(position, QTextCursor::KeepAnchor);
+        multi->setTextCursor(cursor);
     }
-    // "[" marks the selection's anchor and "|" the cursor.
-    void setMarked(QString marked)
+    // Whether the context menu offers to copy the selection.
+    bool copyOffered() const
     {
-        int const position = marked.indexOf('|');
-        marked.remove('|');
-        int anchor = marked.indexOf('[');
-        if (anchor >= 0)
-            marked.remove('[');
-        setText(marked);
-        select(anchor < 0 ? position : anchor, anchor >= 0 && anchor < position ? position - 1 : position);
-    }
-    void type(QString const& keys)
-    {
-        for (QChar const key : keys) {
-            if (key == '\b')
-                QTest::keyClick(widget(), Qt::Key_Backspace);
-            else
-                QTest::keyClick(widget(), key.toLatin1());
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint(1, 1), widget->mapToGlobal(QPoint(1, 1)));
+        QApplication::sendEvent(widget.get(), &event);
+        bool offered = false;
+        for (QWidget* top : QApplication::topLevelWidgets()) {
+            if (auto* menu = qobject_cast<QMenu*>(top); menu && menu->isVisible()) {
+                for (QAction* action : menu->actions())
+                    offered |= action->text().startsWith("&Copy") && action->isEnabled();
+                menu->close();
+            }
         }
+        return offered;
     }
 };
 
@@ -102,8 +84,9 @@ class TestPasswdEdit : public QObject
 private Q_SLOTS:
     void edits_data()
     {
-        // "*" stands for the mask character; "\b" is Backspace.  The field
-        // never shows "cret" or a "Z", not even for a moment.
+        // "[" marks the selection's anchor, "|" the cursor, "*" the mask
+        // character, "\b" Backspace.  The field never shows "cret" or a
+        // "Z", not even for a moment.
         columns<bool, QString, QString, QString, QString>("multi", "marked", "keys", "real", "shown");
         QString const q = "https://h/buffet?u=me&p=";
         bothFields("typed after", q + "secret&path=x/|", "y", q + "secret&path=x/y", q + "******&path=x/y");
@@ -127,94 +110,72 @@ private Q_SLOTS:
     {
         QFETCH(bool, multi);
         QFETCH(QString, marked);
-        QFETCH(QString, keys);
         QFETCH(QString, shown);
         Field field(multi);
-        field.setMarked(marked);
-        QSignalSpy changes(field.widget(), SIGNAL(realTextChanged(QString)));
+        int const anchor = marked.indexOf('['), position = marked.remove('[').indexOf('|');
+        field.setText(marked.remove('|'));
+        field.select(anchor < 0 ? position : anchor, position);
+        QSignalSpy changes(field.widget.get(), SIGNAL(realTextChanged(QString)));
         QStringList seen; // by whatever reads the field as a plain text field
         if (field.line)
-            connect(field.line.get(), &QLineEdit::textChanged, [&](QString const& text) { seen << text; });
+            connect(field.line, &QLineEdit::textChanged, [&](QString const& text) { seen << text; });
         else
             connect(field.multi->document(), &QTextDocument::contentsChange, [&] { seen << field.shown(); });
-        field.type(keys);
-        QVERIFY(!seen.isEmpty());
-        QVERIFY(!seen.join('|').contains("cret") && !seen.join('|').contains('Z'));
+        QFETCH(QString, keys);
+        QTest::keyClicks(field.widget.get(), keys);
+        QVERIFY(!seen.isEmpty() && !seen.join('|').contains("cret") && !seen.join('|').contains('Z'));
         QTEST(field.text(), "real");
         QCOMPARE(field.shown(), shown.replace('*', maskCharacter()));
         QCOMPARE(changes.last().value(0).toString(), field.text());
 
         // Undo may not bring mask characters back as password characters.
-        QTest::keyClick(field.widget(), Qt::Key_Z, Qt::ControlModifier);
+        QTest::keyClick(field.widget.get(), Qt::Key_Z, Qt::ControlModifier);
         QVERIFY(!field.text().contains(maskCharacter()));
         QCOMPARE(field.shown().size(), field.text().size());
     }
 
-    void revealing_data()
+    void masked_data()
     {
         QTest::addColumn<bool>("multi");
         QTest::newRow("line") << false;
         QTest::newRow("multi") << true;
     }
-    void revealing()
-    {
-        QFETCH(bool, multi);
-        Field field(multi);
-        QAction* reveal = field.reveal();
-        field.setText("https://h/rhel/u=me/p=secret/5/");
-        QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(field.widget());
-        QVERIFY(!accessible->text(QAccessible::Value).contains("secret"));
-        QVERIFY(!field.shown().contains("secret"));
-        QVERIFY(field.offered() && !reveal->toolTip().isEmpty() && !reveal->text().isEmpty());
-
-        reveal->trigger();
-        QVERIFY(field.revealed());
-        QCOMPARE(field.shown(), field.text());
-        // Hidden, the field is masked again for whoever shows it next.
-        field.widget()->hide();
-        QVERIFY(!field.revealed());
-        QVERIFY(!field.shown().contains("secret"));
-
-        field.setText("https://plain/");
-        QVERIFY(!field.offered());
-    }
-
-    void copying_data() { revealing_data(); }
-    void copying()
+    void masked()
     {
         QFETCH(bool, multi);
         Field field(multi);
         QString const url = "https://h/rhel/u=me/p=secret/5/";
         field.setText(url);
+        QVERIFY(!field.shown().contains("secret"));
+        QVERIFY(!QAccessible::queryAccessibleInterface(field.widget.get())
+                     ->text(QAccessible::Value)
+                     .contains("secret"));
+
+        // Copying or cutting masked characters is refused; the rest copies.
         for (auto key : { Qt::Key_C, Qt::Key_X }) {
             QApplication::clipboard()->setText("before");
             field.select(0, url.indexOf("cret"));
-            QTest::keyClick(field.widget(), key, Qt::ControlModifier);
+            QTest::keyClick(field.widget.get(), key, Qt::ControlModifier);
             QCOMPARE(QApplication::clipboard()->text(), "before");
             QCOMPARE(field.text(), url);
         }
-        QCOMPARE(copyOffered(field.widget()), false);
+        QVERIFY(!field.copyOffered());
         field.select(0, 5);
-        QCOMPARE(copyOffered(field.widget()), true);
-        QTest::keyClick(field.widget(), Qt::Key_C, Qt::ControlModifier);
+        QVERIFY(field.copyOffered());
+        QTest::keyClick(field.widget.get(), Qt::Key_C, Qt::ControlModifier);
         QCOMPARE(QApplication::clipboard()->text(), "https");
-    }
 
-private:
-    // Whether the field's context menu offers to copy the selection.
-    static bool copyOffered(QWidget* widget)
-    {
-        QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint(1, 1), widget->mapToGlobal(QPoint(1, 1)));
-        QApplication::sendEvent(widget, &event);
-        QMenu* menu = nullptr;
-        for (QWidget* top : QApplication::topLevelWidgets())
-            menu = qobject_cast<QMenu*>(top) && top->isVisible() ? static_cast<QMenu*>(top) : menu;
-        bool offered = false;
-        for (QAction* action : menu ? menu->actions() : QList<QAction*>())
-            offered |= action->text().startsWith("&Copy") && action->isEnabled();
-        if (menu)
-            menu->close();
-        return offered;
+        // The eye reveals until the field is hidden, and is there only for a password.
+        QAction* eye = field.eye();
+        QVERIFY(!eye->toolTip().isEmpty() && !eye->text().isEmpty());
+        eye->trigger();
+        QVERIFY(field.revealed());
+        QCOMPARE(field.shown(), url);
+        field.widget->hide();
+        QVERIFY(!field.revealed() && !field.shown().contains("secret"));
+        QVERIFY(multi ? !field.eyeButton()->isHidden() : eye->isVisible());
+        field.setText("https://plain/");
+        QVERIFY(multi ? field.eyeButton()->isHidden() : !eye->isVisible());
     }
 };
 
