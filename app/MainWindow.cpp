@@ -6,6 +6,9 @@
 #include "packagetable/PackageTableModel.h"
 #include "packagetable/PackageTableSortFilterProxyModel.h"
 #include "packagetable/PackageTableView.h"
+#include "repo/RepoAuthChecker.h"
+#include "repo/RepoBrowse.h"
+#include "repo/RepoEditorDialog.h"
 #include "repo/YumConfIO.h"
 #include "widgets/HFrameLabel.h"
 #include "widgets/HMenu.h"
@@ -43,6 +46,7 @@ MainWindow::MainWindow()
     , busyCursor(false)
     , quitPending(false)
     , quitting(false)
+    , repoEditor(nullptr)
     , logWindow(nullptr)
 {
     setObjectName(QStringLiteral("MainWindow"));
@@ -71,6 +75,12 @@ void MainWindow::createMenuBar()
     logAction = windowsMenu->addAction(tr("&Log"), this, &MainWindow::displayLog);
     logAction->setShortcut(QKeySequence(tr("Ctrl+L")));
     menuBar()->addMenu(windowsMenu);
+
+    reposMenu = new HMenu(tr("&Repositories"), this);
+    reposMenu->setObjectName(QStringLiteral("reposMenu"));
+    editReposAction = reposMenu->addAction(tr("&Edit Configuration"), this, [this] { editRepositories(); });
+    editReposAction->setShortcut(QKeySequence(tr("Ctrl+E")));
+    menuBar()->addMenu(reposMenu);
 
     cacheMenu = new HMenu(tr("&Cache"), this);
     cacheMenu->setObjectName(QStringLiteral("cacheMenu"));
@@ -152,6 +162,9 @@ void MainWindow::createMainArea()
     connect(session, &YumIO::collectedExtraData, this, &MainWindow::collectedExtraData);
 
     model = new PackageTable::Model(session, mainPanel);
+    model->setBrowser([](YumIO* yum, Package::Entry const& entry, YumConfIO* conf, QWidget* parent) {
+        RepoBrowse::browse(parent, entry.repo, yum, conf);
+    });
     proxy = new PackageTable::SortFilterProxyModel(PackageTable::Updatable, true, false, session, mainPanel);
     proxy->setSourceModel(model);
     view = new PackageTable::View(model, proxy, mainPanel);
@@ -330,10 +343,26 @@ void MainWindow::initialize()
             tr("SORVAN runs without root (user id %1): it lists and searches packages, but applying "
                "actions needs root. Start it as root to change the system, for example with: pkexec sorvan")
                 .arg(::geteuid()));
-    // Reading the configuration seeds this run's table of enabled
-    // repositories from the files and the --enablerepo/--disablerepo
+    if (startRepoEditor) {
+        // The table waits for the editor: closing it collects, whatever the
+        // user did there (reposChanged).
+        model->reset();
+        setReady(true);
+        initialized = true;
+        editRepositories(true);
+        return;
+    }
+    // The check reads the configuration, which seeds this run's table of
+    // enabled repositories from the files and the --enablerepo/--disablerepo
     // requests; a file that cannot be read has been reported in a box.
-    yumConfIO->read(this);
+    bool reset = false;
+    if (!checkAuthentication(reset)) {
+        setReady(true);
+        quit();
+        return;
+    }
+    if (reset)
+        session->clear();
     session->collect(repoEnable);
     model->reset();
     mainPanel->show();
@@ -353,6 +382,8 @@ void MainWindow::setReady(bool ready)
         // Until the engine runs, nothing can be cleaned.
         bool const cleanable = ready && sessionStarted && session;
         cacheMenu->setEnabled(cleanable);
+        reposMenu->setEnabled(ready && sessionStarted);
+        editReposAction->setEnabled(ready && sessionStarted);
         for (QAction* action :
             { cleanHeadersAction, cleanPackagesAction, cleanXmlMetadataAction, cleanAllAction })
             action->setEnabled(cleanable);
@@ -711,9 +742,62 @@ void MainWindow::apply()
     // What ran (or failed half way) may have changed the system: the table
     // shows it as it is now.  After a failure the actions that still make
     // sense stay marked, so that one fix and another Apply will do.
+    // A package may have brought repositories that need credentials.
+    bool reset = false;
+    if (done && !checkAuthentication(reset)) {
+        setReady(true);
+        quit();
+        return;
+    }
     if (done || failed)
         recollect(failed && !done);
     warnUnlistedActions();
+    stateChanged(-1);
+    setReady(true);
+}
+
+bool MainWindow::checkAuthentication(bool& reset)
+{
+    RepoAuth::Checker const checker(this, yumConfIO);
+    reset = checker.reset();
+    return !checker.quit();
+}
+
+void MainWindow::editRepositories(bool startup)
+{
+    if (!session || !yumConfIO)
+        return;
+    if (!repoEditor) {
+        repoEditor = new RepoEditor::Dialog(session, yumConfIO, this);
+        repoEditor->setObjectName(QStringLiteral("repoEditor"));
+        connect(repoEditor, &RepoEditor::Dialog::reposChanged, this, &MainWindow::reposChanged);
+    }
+    repoEditor->setStartup(startup);
+    repoEditor->exec();
+    // An editor that could not read the files never showed, so never
+    // reported; the table must come all the same.
+    if (startup && mainPanel->isHidden())
+        reposChanged();
+}
+
+void MainWindow::reposChanged()
+{
+    if (!session || session->isBusy())
+        return;
+    setReady(false);
+    bool reset = false;
+    if (!checkAuthentication(reset)) {
+        setReady(true);
+        quit();
+        return;
+    }
+    // Marks on packages the change left alone stay.
+    recollect(true);
+    if (mainPanel->isHidden()) {
+        mainPanel->show();
+        view->resizeColumnsToContents();
+        filtersearch();
+    }
     stateChanged(-1);
     setReady(true);
 }

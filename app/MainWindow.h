@@ -27,6 +27,11 @@ namespace Log
 class Window;
 } // namespace Log
 
+namespace RepoEditor
+{
+class Dialog;
+} // namespace RepoEditor
+
 namespace PackageTable
 {
 class Model;
@@ -94,6 +99,8 @@ public Q_SLOTS:
     void cleanPickledCache();
     void cleanSqliteCache();
     void cleanAll();
+    void editRepositories(bool startup = false);
+    void reposChanged();
     // Quits once nothing runs: at once when idle (asking first when actions
     // are marked and `ask` is set), else when the running operation ends.
     // A transaction is never interrupted.
@@ -123,6 +130,10 @@ private:
     // shown with the engine's reasons, and the packages collected anew
     // unless only downloaded package files went.
     void runClean(bool (YumIO::*member)(), bool collectAgain);
+    // Asks for the credentials buffet repositories lack; false when the user
+    // chose to quit.  `reset` tells whether the engine must read the
+    // repositories afresh.
+    bool checkAuthentication(bool& reset);
 
     YumIO* session;
     YumConfIO* yumConfIO;
@@ -138,6 +149,8 @@ private:
     QAction* quitAction;
     HMenu* windowsMenu;
     QAction* logAction;
+    HMenu* reposMenu;
+    QAction* editReposAction;
     HMenu* cacheMenu;
     QAction* cleanHeadersAction;
     QAction* cleanPackagesAction;
@@ -145,6 +158,7 @@ private:
     QAction* cleanPickledCacheAction;
     QAction* cleanSqliteCacheAction;
     QAction* cleanAllAction;
+    RepoEditor::Dialog* repoEditor;
     HMenu* helpMenu;
     QAction* aboutAction;
 

@@ -301,7 +301,8 @@ bool Dialog::apply()
     QString const id = currentId();
     bool const hadCurrent = table->currentRow() >= 0;
     Repo::EntryList const before = conf->repos();
-    bool const written = conf->write(this);
+    // Added and edited repositories must be ones dnf will take.
+    bool const written = conf->write(this, true);
     // Even a refused write may have dropped what the user agreed to drop,
     // and names the files of new entries.
     if (written || conf->repos() != before) {

@@ -619,7 +619,7 @@ bool YumConfIO::holdsPassword(QByteArray const& content)
     return patterns.match(QString::fromLatin1(content)).hasMatch();
 }
 
-bool YumConfIO::write(QWidget* parent)
+bool YumConfIO::write(QWidget* parent, bool checkEdited)
 {
     m_parent = parent;
     if (!m_readComplete) {
@@ -628,7 +628,7 @@ bool YumConfIO::write(QWidget* parent)
             0);
         return false;
     }
-    if (!checkErrors())
+    if (!checkErrors() || (checkEdited && !checkEntries(parent)))
         return false;
     cleanupWrite(m_repos);
     // Without a repository directory a bare file name has nowhere to go;

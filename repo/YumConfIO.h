@@ -39,7 +39,9 @@ public:
     // Checks for missing and duplicate identifiers (asking whether to go on),
     // then writes every file and deletes the ".repo" files left empty.  No
     // file is ever left half written; see Repo::FileReplacer.
-    bool write(QWidget* parent);
+    // With `checkEdited`, also refuses what checkEntries() refuses (after the
+    // questions about missing and duplicate identifiers).
+    bool write(QWidget* parent, bool checkEdited = false);
     // Before write(), for the editor: whether every entry added or changed
     // since the last read is one dnf accepts (an identifier of its
     // characters, a URL, whole buffet pairs).  Reports the first problem in a

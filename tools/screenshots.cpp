@@ -1,6 +1,8 @@
 // Pictures of SORVAN at work on a copy of the sandbox's root: the marked
 // table, the transaction listing, the two bars during the download and the
-// transaction, the table afterwards, and two failures.
+// transaction, the table afterwards, two failures, and the repositories: the
+// credentials asked for at start, the editor and one repository's form with
+// its password masked.
 //
 //   sorvan-screenshots OUTDIR
 //
@@ -16,10 +18,12 @@
 #include <QComboBox>
 #include <QDialog>
 #include <QDir>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
 #include <QProcess>
 #include <QPushButton>
+#include <QTableView>
 #include <QTimer>
 #include <cstdio>
 #include <cstdlib>
@@ -29,6 +33,35 @@ namespace
 
 QString outDir;
 QString sandboxDir;
+
+// The modal dialog on top, if it is up.
+QDialog* topDialog(QString const& title)
+{
+    auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+    return dialog && dialog->isVisible() && dialog->windowTitle() == title ? dialog : nullptr;
+}
+
+void fill(QDialog* dialog, QString const& toolTipStart, QString const& value)
+{
+    for (QLineEdit* field : dialog->findChildren<QLineEdit*>()) {
+        if (field->toolTip().startsWith(toolTipStart)) {
+            field->setText(value);
+            Q_EMIT field->textEdited(value);
+        }
+    }
+}
+
+void press(QDialog* dialog, QString const& text)
+{
+    for (QPushButton* push : dialog->findChildren<QPushButton*>()) {
+        if (push->text().remove(QLatin1Char('&')) == text && push->isVisible()) {
+            // Later: a dialog the button opens runs its own loop, in which
+            // the caller's timer must fire again.
+            QTimer::singleShot(0, push, &QPushButton::click);
+            return;
+        }
+    }
+}
 
 bool sandbox(QStringList const& arguments)
 {
@@ -83,12 +116,20 @@ int main(int argc, char** argv)
 
     auto* window = new MainWindow;
     window->repoRequests = { YumRepoEnabled(true, QStringLiteral("sv-http")),
-        YumRepoEnabled(true, QStringLiteral("sv-faults")) };
+        YumRepoEnabled(true, QStringLiteral("sv-faults")),
+        YumRepoEnabled(true, QStringLiteral("sv-buffet")) };
     window->QWidget::resize(1100, 700);
     window->show();
     // A message before the table is up means the sandbox is not usable.
     QTimer failed;
     QObject::connect(&failed, &QTimer::timeout, [] {
+        if (QDialog* auth = topDialog(QStringLiteral("SORVAN Authentication"))) {
+            fill(auth, QStringLiteral("Authentication name"), QStringLiteral("sorvan"));
+            fill(auth, QStringLiteral("Authentication password"), QStringLiteral("sandbox"));
+            save(auth, "repo-authentication.png");
+            press(auth, QStringLiteral("OK"));
+            return;
+        }
         if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
             std::fprintf(stderr, "sorvan-screenshots: %s\n", qPrintable(box->text()));
             std::exit(1);
@@ -167,6 +208,31 @@ int main(int argc, char** argv)
     QCoreApplication::processEvents();
     save(cache, "cache-menu.png");
     cache->hide();
+
+    // The editor with the buffet repository selected, and its form.
+    QTimer editor;
+    QObject::connect(&editor, &QTimer::timeout, [&] {
+        if (QDialog* form = topDialog(QStringLiteral("SORVAN Repository Configuration"))) {
+            save(form, "repo-configuration.png");
+            press(form, QStringLiteral("Cancel"));
+        } else if (QDialog* list = topDialog(QStringLiteral("SORVAN Repository Configuration Editor"))) {
+            if (editor.property("done").toBool()) {
+                press(list, QStringLiteral("Cancel"));
+                return;
+            }
+            auto* table = list->findChild<QTableView*>();
+            QModelIndexList const buffet = table->model()->match(table->model()->index(0, 2), Qt::DisplayRole,
+                QStringLiteral("sv-buffet"), 1, Qt::MatchExactly);
+            if (!buffet.isEmpty())
+                table->setCurrentIndex(buffet.first());
+            save(list, "repo-editor.png");
+            editor.setProperty("done", true);
+            press(list, QStringLiteral("Edit"));
+        }
+    });
+    editor.start(50);
+    window->editRepositories();
+    editor.stop();
 
     sandbox({ QStringLiteral("stop"), QStringLiteral("--root"), root });
     window->quit();
