@@ -39,7 +39,7 @@ Dialog::~Dialog()
 
 // The configuration files are for the repository's details, which this
 // dialog does not offer yet.
-void Dialog::config(YumIO* session, Package::Entry const& entry, YumConfIO*)
+void Dialog::config(YumIO* session, Package::Entry const& entry, YumConfIO* confIO)
 {
     clearContent();
     content = new QWidget;
@@ -52,10 +52,10 @@ void Dialog::config(YumIO* session, Package::Entry const& entry, YumConfIO*)
     layout->addWidget(name);
     layout->addWidget(new HSeparator(content));
 
-    areas.append(new Instance::Area(this, layout, session, entry, true));
+    areas.append(new Instance::Area(this, layout, session, entry, confIO, true));
     for (Package::Entry const* instance = entry.next; instance; instance = instance->next) {
         layout->addWidget(new HSeparator(content));
-        areas.append(new Instance::Area(this, layout, session, *instance, false));
+        areas.append(new Instance::Area(this, layout, session, *instance, confIO, false));
     }
     layout->addStretch(1);
 

@@ -2,11 +2,14 @@
 
 #include "app/Fonts.h"
 #include "packagetable/PackageTableDescribeDialog.h"
+#include "packagetable/PackageTableDescribeInstanceRepoDialog.h"
+#include "repo/YumConfIO.h"
 #include "widgets/TextDialog.h"
 #include "yumio/YumIO.h"
 
 #include <QFrame>
 #include <QGridLayout>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -27,11 +30,13 @@ QLabel* valueLabel(QString const& text, QWidget* parent)
 }
 } // namespace
 
-Area::Area(Dialog* dialog, QVBoxLayout* layout, YumIO* session, Package::Entry const& entry, bool first)
+Area::Area(Dialog* dialog, QVBoxLayout* layout, YumIO* session, Package::Entry const& entry,
+    YumConfIO* confIO, bool first)
     : QObject(dialog)
     , dialog(dialog)
     , session(session)
     , entry(&entry)
+    , confIO(confIO)
     , parent(layout->parentWidget())
 {
     auto* frame = new QFrame(parent);
@@ -61,7 +66,7 @@ Area::Area(Dialog* dialog, QVBoxLayout* layout, YumIO* session, Package::Entry c
         addPair(tr("Version"), session->getVerRel(entry));
         // What comes from the rpm database has no repository to speak of.
         if (session->getRepo(entry) != QLatin1String("installed"))
-            addPair(tr("Repository"), session->getRepo(entry));
+            addRepository(session->getRepo(entry));
         addPair(tr("Architecture"), session->getArch(entry));
         addPair(tr("Size"), session->getSize(entry));
         addPair(tr("Summary"), session->getSummary(entry));
@@ -105,6 +110,50 @@ void Area::addPair(QString const& name, QString const& value)
     // asks the scroll area for too little height.
     grid->addWidget(valueLabel(value, frame), row, 1, Qt::AlignLeft | Qt::AlignTop);
     ++row;
+}
+
+Repo::Entry const* Area::configuredRepo() const
+{
+    if (!confIO)
+        return nullptr;
+    QString const id = session->getRepo(*entry);
+    for (Repo::Entry const& repo : confIO->repos()) {
+        if (repo.id == id)
+            return &repo;
+    }
+    return nullptr;
+}
+
+void Area::addRepository(QString const& id)
+{
+    if (id.isEmpty())
+        return;
+    QWidget* frame = grid->parentWidget();
+    grid->addWidget(
+        new QLabel(tr("%1:").arg(tr("Repository")), frame), row, 0, Qt::AlignRight | Qt::AlignVCenter);
+    auto* line = new QHBoxLayout;
+    line->addWidget(valueLabel(id, frame));
+    // A repository no longer configured has nothing to detail.
+    if (configuredRepo()) {
+        auto* details = new QPushButton(tr("Details"), frame);
+        details->setAutoDefault(false);
+        connect(details, &QPushButton::clicked, this, &Area::handleRepo);
+        line->addWidget(details);
+    }
+    line->addStretch(1);
+    grid->addLayout(line, row, 1);
+    ++row;
+}
+
+void Area::handleRepo()
+{
+    Repo::Entry const* repo = configuredRepo();
+    if (!repo)
+        return;
+    if (!repoDialog)
+        repoDialog = new RepoDialog(session, parent);
+    repoDialog->config(*repo);
+    repoDialog->exec();
 }
 
 void Area::addPair(QString const& name, QStringList const& values)
@@ -177,12 +226,18 @@ QList<QPair<QString, QString>> Area::rows() const
     QList<QPair<QString, QString>> result;
     for (int r = 0; r < grid->rowCount(); ++r) {
         QLayoutItem const* label = grid->itemAtPosition(r, 0);
-        QLayoutItem const* value = grid->itemAtPosition(r, 1);
+        QLayoutItem* value = grid->itemAtPosition(r, 1);
         if (!label)
             continue;
         if (value == label) // the header spans both columns
             result.append({ QString(), text(label->widget()) });
-        else if (value)
+        else if (value && value->layout()) {
+            QStringList parts;
+            for (int i = 0; i < value->layout()->count(); ++i)
+                if (QWidget const* widget = value->layout()->itemAt(i)->widget())
+                    parts << text(widget);
+            result.append({ text(label->widget()), parts.join(QLatin1Char(' ')) });
+        } else if (value)
             result.append({ text(label->widget()), text(value->widget()) });
     }
     return result;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "repo/RepoEntry.h"
+
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -9,6 +11,7 @@ class QPushButton;
 class QVBoxLayout;
 class QWidget;
 class TextDialog;
+class YumConfIO;
 class YumIO;
 
 namespace Package
@@ -23,6 +26,7 @@ class Dialog;
 
 namespace Instance
 {
+class RepoDialog;
 
 // One instance's section of the description dialog: a grid of label and
 // value rows, with rows whose value is empty left out.  The file list and the
@@ -34,7 +38,8 @@ class Area : public QObject
 
 public:
     // `first` selects the full set of rows; further instances get a short one.
-    Area(Dialog* dialog, QVBoxLayout* layout, YumIO* session, Package::Entry const& entry, bool first);
+    Area(Dialog* dialog, QVBoxLayout* layout, YumIO* session, Package::Entry const& entry, YumConfIO* confIO,
+        bool first);
 
     // Brings the "Show" texts up to date with what the session has loaded.
     void updateButtons();
@@ -48,6 +53,8 @@ public:
 public Q_SLOTS:
     void handleFiles();
     void handleChangeLog();
+    // Shows the configuration of the package's repository.
+    void handleRepo();
 
 private:
     struct Button {
@@ -56,6 +63,10 @@ private:
     };
 
     void addPair(QString const& name, QString const& value);
+    // The Repository row, with a Details button while the repository is
+    // configured.
+    void addRepository(QString const& id);
+    Repo::Entry const* configuredRepo() const;
     void addPair(QString const& name, QStringList const& values);
     void addButton(Button& button, QString const& name, void (Area::*handler)());
     void updateButton(Button const& button, bool loaded);
@@ -64,8 +75,10 @@ private:
     Dialog* dialog;
     YumIO* session;
     Package::Entry const* entry;
+    YumConfIO* confIO;
     QWidget* parent;
     TextDialog* textDialog = nullptr;
+    RepoDialog* repoDialog = nullptr;
     QGridLayout* grid;
     int row = 0;
     Button files;

@@ -6,9 +6,11 @@
 #include "packagetable/PackageTableDescribeDialog.h"
 #include "packagetable/PackageTableDescribeInstanceArea.h"
 #include "packagetable/PackageTableModel.h"
+#include "repo/YumConfIO.h"
 #include "tests/yumio/TestRows.h"
 
 #include <QApplication>
+#include <QLabel>
 #include <QPushButton>
 #include <QTextEdit>
 #include <QTimer>
@@ -65,6 +67,9 @@ class TableDescribe : public QObject
     SandboxSession sandbox;
     QWidget* window = nullptr;
     Model* model = nullptr;
+    YumConfIO* conf = nullptr;
+    QList<YumRepoEnabled> noRequests;
+    QHash<QString, bool> sessionEnabled;
 
     // The session's dialog answerer closes whatever modal dialog it finds;
     // the dialogs of these tests are expected.
@@ -72,6 +77,7 @@ class TableDescribe : public QObject
     {
         sandbox.dialogs.dialogs.removeIf([](SessionTest::Dialog const& d) {
             return d.title == QLatin1String("SORVAN Package Description")
+                || d.title == QLatin1String("SORVAN Repository Description")
                 || d.title.endsWith(QLatin1String(" File List"))
                 || d.title.endsWith(QLatin1String(" Change Log"));
         });
@@ -83,6 +89,9 @@ private Q_SLOTS:
         QVERIFY2(sandbox.start(), qPrintable(sandbox.failure));
         window = new QWidget;
         model = new Model(sandbox.yumIO, window);
+        conf = new YumConfIO(noRequests, sessionEnabled, window);
+        QVERIFY(conf->read(window));
+        model->setYumConfIO(conf);
     }
     void cleanupTestCase()
     {
@@ -102,7 +111,7 @@ private Q_SLOTS:
             QSL { "Available for update: Kind Version Repository Architecture Size " + details + ' ' + rpm
                     + " Provides Files Change Log",
                 further, further },
-            QSL { "Version: 5.2-1", "Repository: sv-updates", "Version: 5.0-1", "Version: 5.1-1",
+            QSL { "Version: 5.2-1", "Repository: sv-updates Details", "Version: 5.0-1", "Version: 5.1-1",
                 "Packager: SORVAN Developers <devel@sorvan.example>", "Files: Show (must load extra data)",
                 "Files: Show" });
         row("available", "sv-app", int(Package::Ordinary),
@@ -142,6 +151,35 @@ private Q_SLOTS:
         QTEST(sections, "sections");
         for (QString const& line : lines)
             QVERIFY2(shownLines.contains(line), qPrintable(line));
+    }
+
+    // Details shows the package's repository, its password masked.
+    void repositoryDetails()
+    {
+        QString shown;
+        ShowWatcher watch([&](QDialog* dialog) {
+            QTimer::singleShot(0, dialog, [&shown, dialog] {
+                if (qobject_cast<Describe::Dialog*>(dialog)) {
+                    for (QPushButton* button : dialog->findChildren<QPushButton*>())
+                        if (button->text() == QLatin1String("Details"))
+                            button->click();
+                } else {
+                    shown = dialog->windowTitle();
+                    for (QLabel const* label : dialog->findChildren<QLabel*>())
+                        shown += QLatin1Char('|') + label->text();
+                }
+                dialog->accept();
+            });
+        });
+        for (Repo::Entry& repo : conf->repos())
+            if (repo.id == QLatin1String("sv-updates"))
+                repo.baseurl += QLatin1String("\nhttps://h/rhel/u=me/p=secret/x/");
+        model->describe(model->index(sandbox.row(QStringLiteral("sv-kernel")), NameColumn), window);
+        forgetOwnDialogs();
+        QVERIFY2(shown.startsWith(QLatin1String("SORVAN Repository Description|sv-updates|Name:|SORVAN "
+                                                "Sandbox Updates|URLs:|file://")),
+            qPrintable(shown));
+        QVERIFY2(shown.contains(QLatin1String("/rhel/u=me/p=********/x/")), qPrintable(shown));
     }
 
     void showExtraData()
