@@ -475,9 +475,8 @@ void MainWindow::refresh()
     if (!discardMarks(tr("Refresh the package list?"), tr("Re&fresh")))
         return;
     setReady(false);
-    // Files edited by hand since the last look count too.
-    if (yumConfIO)
-        yumConfIO->read(this);
+    // The configuration is read at start and after the editor changed it;
+    // the engine reads the repository files for itself on every collection.
     recollect();
     warnUnlistedActions();
     stateChanged(-1);
