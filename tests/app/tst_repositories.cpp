@@ -115,7 +115,6 @@ private Q_SLOTS:
         row("OK", "OK", QByteArray("/buffet?user=sorvan&pass=sand%20box%26&path=/sv-buffet/"), false, true);
         row("right ones", "OK", QByteArray("/buffet?user=sorvan&pass=sandbox&path=/sv-buffet/"), true, true);
         row("disable for session", "Disable for Session", empty, false, true);
-        row("skip all", "Skip All", empty, false, true);
         row("quit", "Quit", empty, false, false);
     }
     void credentialsAtStart()
