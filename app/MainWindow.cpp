@@ -1,6 +1,7 @@
 #include "app/MainWindow.h"
 
 #include "app/Colors.h"
+#include "app/Execute.h"
 #include "app/Share.h"
 #include "log/LogWindow.h"
 #include "packagetable/PackageTableModel.h"
@@ -21,6 +22,8 @@
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QComboBox>
+#include <QFile>
+#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QKeySequence>
 #include <QLineEdit>
@@ -39,6 +42,7 @@ MainWindow::MainWindow()
     , applyIcon(Share::absolute(QStringLiteral("icons/check.png")))
     , startRepoEditor(false)
     , startLog(false)
+    , manualDirs { QStringLiteral(SORVAN_DOC_INSTALLED), QStringLiteral(SORVAN_DOC_BUILT) }
     , session(nullptr)
     , yumConfIO(nullptr)
     , initialized(false)
@@ -99,6 +103,10 @@ void MainWindow::createMenuBar()
 
     helpMenu = new HMenu(tr("&Help"), this);
     helpMenu->setObjectName(QStringLiteral("helpMenu"));
+    manualHtmlAction = helpMenu->addAction(tr("Manual (html)"), this, &MainWindow::manualHtml);
+    manualHtmlAction->setShortcut(QKeySequence(tr("F1")));
+    manualPdfAction = helpMenu->addAction(tr("Manual (PDF)"), this, &MainWindow::manualPdf);
+    helpMenu->addSeparator();
     aboutAction = helpMenu->addAction(tr("&About"), this, &MainWindow::about);
     menuBar()->addMenu(helpMenu);
 }
@@ -551,6 +559,53 @@ void MainWindow::displayLog()
     logWindow->show();
     logWindow->raise();
     logWindow->activateWindow();
+}
+
+QString MainWindow::manualFile(QString const& relative)
+{
+    QStringList looked;
+    for (QString const& dir : std::as_const(manualDirs)) {
+        QString const path = dir + QLatin1Char('/') + relative;
+        if (QFileInfo(path).isFile())
+            return path;
+        looked << path;
+    }
+    QMessageBox::warning(this, tr("SORVAN"),
+        tr("The manual is not installed.\nSORVAN looked for it in:\n%1").arg(looked.join(QLatin1Char('\n'))));
+    return QString();
+}
+
+namespace
+{
+
+// Starts a viewer detached; Execute reports a viewer that fails.
+void startViewer(QWidget* parent, QStringList const& arguments)
+{
+    QList<QByteArray> storage;
+    for (QString const& argument : arguments)
+        storage << QFile::encodeName(argument);
+    QList<char*> argv;
+    for (QByteArray& argument : storage)
+        argv << argument.data();
+    argv << nullptr;
+    Execute::execute(parent, argv.data());
+}
+
+} // namespace
+
+void MainWindow::manualHtml()
+{
+    QString const page = manualFile(QStringLiteral("html/index.html"));
+    if (!page.isEmpty())
+        startViewer(this, { Share::absolute(QStringLiteral("webbrowser")), page });
+}
+
+void MainWindow::manualPdf()
+{
+    QString const pdf = manualFile(QStringLiteral("manual.pdf"));
+    if (!pdf.isEmpty())
+        startViewer(
+            this, { Share::absolute(QStringLiteral("mimeviewer")), QStringLiteral("application/pdf"), pdf });
 }
 
 void MainWindow::about()

@@ -8,6 +8,7 @@
 #include <QList>
 #include <QMainWindow>
 #include <QString>
+#include <QStringList>
 #include <functional>
 
 class QAction;
@@ -72,6 +73,9 @@ public:
     bool startLog;
     QList<YumRepoEnabled> repoRequests;
     QHash<QString, bool> repoEnable;
+    // Where the Help menu looks for the manual, in order: the installed
+    // documentation, then the one built in this build tree.
+    QStringList manualDirs;
 
 public Q_SLOTS:
     void resize();
@@ -79,6 +83,8 @@ public Q_SLOTS:
     void initialize();
     void quit();
     void displayLog();
+    void manualHtml();
+    void manualPdf();
     void about();
     void filtersearch();
     void currentChanged(int current, int previous);
@@ -134,6 +140,9 @@ private:
     // chose to quit.  `reset` tells whether the engine must read the
     // repositories afresh.
     bool checkAuthentication(bool& reset);
+    // The path of `relative` in the first of manualDirs that holds it; when
+    // none does, says that the manual is not installed and returns "".
+    QString manualFile(QString const& relative);
 
     YumIO* session;
     YumConfIO* yumConfIO;
@@ -160,6 +169,8 @@ private:
     QAction* cleanAllAction;
     RepoEditor::Dialog* repoEditor;
     HMenu* helpMenu;
+    QAction* manualHtmlAction;
+    QAction* manualPdfAction;
     QAction* aboutAction;
 
     QWidget* mainPanel;

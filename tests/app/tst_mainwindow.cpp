@@ -5,12 +5,14 @@
 #include "packagetable/PackageTableModel.h"
 #include "packagetable/PackageTableSortFilterProxyModel.h"
 #include "packagetable/PackageTableView.h"
+#include "tests/yumio/TestRows.h"
 #include "widgets/HFrameLabel.h"
 #include "yumio/YumIO.h"
 
 #include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDir>
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -32,6 +34,8 @@ private Q_SLOTS:
     void busyWhileCollecting();
     void marksAskBeforeTheyGo();
     void applyCollectsAgain();
+    void manualItems_data();
+    void manualItems();
     void quitWaitsForTheOperation();
 
 private:
@@ -314,6 +318,36 @@ void TestMainWindow::applyCollectsAgain()
 
 // Closing the window while the engine works waits for it to finish, then
 // ends the session and releases the root.
+// The Help menu's two manuals; a manual found nowhere is reported with every
+// place looked in.
+void TestMainWindow::manualItems_data()
+{
+    columns<int, QString, QString>("item", "text", "file");
+    row("html", 0, "Manual (html)", "html/index.html");
+    row("pdf", 1, "Manual (PDF)", "manual.pdf");
+}
+
+void TestMainWindow::manualItems()
+{
+    QFETCH(int, item);
+    QFETCH(QString, file);
+    QList<QAction*> const items = child<QMenu>("helpMenu")->actions();
+    QCOMPARE(items.size(), 4);
+    QTEST(items.at(item)->text(), "text");
+    QCOMPARE(items.at(0)->shortcut(), QKeySequence(Qt::Key_F1));
+    QCOMPARE(items.at(3)->text(), "&About");
+
+    QTemporaryDir docs;
+    QVERIFY(QDir().mkpath(docs.filePath("built/html")));
+    window->manualDirs = { docs.filePath("installed"), docs.filePath("built") };
+    answerWith("OK");
+    items.at(item)->trigger();
+    QCOMPARE(asked.size(), 1);
+    QVERIFY2(asked.first().contains(docs.filePath("installed/" + file))
+            && asked.first().contains(docs.filePath("built/" + file)),
+        qPrintable(asked.first()));
+}
+
 void TestMainWindow::quitWaitsForTheOperation()
 {
     answerer.stop();
