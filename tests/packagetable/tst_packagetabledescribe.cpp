@@ -12,6 +12,7 @@
 #include <QApplication>
 #include <QLabel>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QTextEdit>
 #include <QTimer>
 #include <functional>
@@ -160,9 +161,15 @@ private Q_SLOTS:
         ShowWatcher watch([&](QDialog* dialog) {
             QTimer::singleShot(0, dialog, [&shown, dialog] {
                 if (qobject_cast<Describe::Dialog*>(dialog)) {
-                    for (QPushButton* button : dialog->findChildren<QPushButton*>())
-                        if (button->text() == QLatin1String("Details"))
+                    // The current content only: the last entry's waits for
+                    // its deferred delete, which the click's loop runs.
+                    QWidget* content = dialog->findChild<QScrollArea*>()->widget();
+                    for (QPushButton* button : content->findChildren<QPushButton*>()) {
+                        if (button->text() == QLatin1String("Details")) {
                             button->click();
+                            break;
+                        }
+                    }
                 } else {
                     shown = dialog->windowTitle();
                     for (QLabel const* label : dialog->findChildren<QLabel*>())
