@@ -9,8 +9,10 @@
 // Runs on any Qt platform (offscreen will do) as root; the sandbox must be
 // built (tools/sandbox/sandbox.py build).  Changes only OUTDIR/root.
 #include "app/MainWindow.h"
+#include "packagetable/PackageTableDescribeInstanceRepoDialog.h"
 #include "packagetable/PackageTableModel.h"
 #include "packagetable/PackageTableView.h"
+#include "repo/YumConfIO.h"
 #include "widgets/HProgressBar.h"
 #include "yumio/YumIO.h"
 
@@ -208,6 +210,24 @@ int main(int argc, char** argv)
     QCoreApplication::processEvents();
     save(cache, "cache-menu.png");
     cache->hide();
+
+    // A package's repository as its description shows it, password masked.
+    {
+        QList<YumRepoEnabled> none;
+        QHash<QString, bool> enabled;
+        YumConfIO conf(none, enabled);
+        if (conf.read(window)) {
+            for (Repo::Entry const& repo : conf.repos()) {
+                if (repo.id != QLatin1String("sv-buffet"))
+                    continue;
+                PackageTable::Describe::Instance::RepoDialog details(window->yumSession(), window);
+                details.config(repo);
+                details.show();
+                QCoreApplication::processEvents();
+                save(&details, "describe-repository.png");
+            }
+        }
+    }
 
     // The editor with the buffet repository selected, and its form.
     QTimer editor;
