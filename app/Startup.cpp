@@ -80,6 +80,30 @@ int failUsage()
     Startup::usage();
     return 1;
 }
+
+// Whether the command line asks for help before anything that ends the
+// options; the arguments of -m, -e and -s are skipped, so "-e --help" is a
+// regular expression.
+bool asksForHelp(int argc, char** argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        QByteArray const arg(argv[i]);
+        if (arg == "--")
+            return false;
+        if (arg == "-m" || arg == "-e" || arg == "-s")
+            ++i;
+        else if (arg == "-h" || arg == "-H" || (arg.size() >= 4 && QByteArray("--help").startsWith(arg)))
+            return true;
+    }
+    return false;
+}
+
+// Without any display the toolkit cannot start, and help needs none.
+bool noDisplay()
+{
+    return qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY")
+        && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
 } // namespace
 
 void Startup::usage()
@@ -198,6 +222,11 @@ int Startup::run(int argc, char** argv)
     int const signals = quitSignals();
     terminal = ::fcntl(2, F_DUPFD_CLOEXEC, 3);
     qInstallMessageHandler(toTerminal);
+    if (noDisplay() && asksForHelp(argc, argv)) {
+        char const* slash = std::strrchr(argv[0], '/');
+        program = slash ? slash + 1 : argv[0];
+        return failUsage();
+    }
     DefaultStyle defaultStyle(argc, argv);
     // The application removes the toolkit's own options (-style, -display,
     // ...) before the program parses the rest.

@@ -36,9 +36,11 @@ char const usageText[] = "usage: %1 [options...]\n"
                          "\n";
 
 // Runs the real program; fails the test unless it exits with status 1 and the usage text.
-QString rejectedBy(QString const& program, QStringList const& args)
+QString rejectedBy(QString const& program, QStringList const& args,
+    QProcessEnvironment const& environment = QProcessEnvironment::systemEnvironment())
 {
     QProcess process;
+    process.setProcessEnvironment(environment);
     process.start(program, args);
     if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit
         || process.exitCode() != 1)
@@ -93,6 +95,19 @@ private Q_SLOTS:
     {
         QFETCH(QString, args);
         QTEST(rejectedBy(qEnvironmentVariable("SORVAN_EXE"), args.split(' ')), "message");
+    }
+
+    // Help needs no display; what is no help still needs one.
+    void helpWithoutDisplay()
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        for (char const* name : { "QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY" })
+            environment.remove(QLatin1String(name));
+        QString const exe = qEnvironmentVariable("SORVAN_EXE");
+        QCOMPARE(rejectedBy(exe, { "--help" }, environment), QString());
+        QCOMPARE(rejectedBy(exe, { "-g", "-s", "all", "--hel" }, environment), QString());
+        QCOMPARE(
+            rejectedBy(exe, { "-e", "--help" }, environment), QStringLiteral("did not exit with status 1"));
     }
 
     void programNameFromArgv0()
