@@ -442,7 +442,7 @@ void YumIOMeters::applyGrabMultiMeterStart(qint64 files, qint64 bytes)
     applyNextSlot = 0;
     applySlotByMeter.clear();
 
-    QString const batch = tr("Downloading %1 packages").arg(files);
+    QString const batch = files == 1 ? tr("Downloading 1 package") : tr("Downloading %1 packages").arg(files);
     Steps const from = applyActCounter;
     applyActCounter += applyShare(bytes);
     Steps const to = applyActCounter;
