@@ -160,6 +160,11 @@ void MainWindow::createMainArea()
 
     connect(modeBox, &QComboBox::currentIndexChanged, this, &MainWindow::modeChanged);
     connect(regexpEdit, &QLineEdit::returnPressed, this, &MainWindow::filtersearch);
+    // Emptying the field (its clear button) drops the filter at once.
+    connect(regexpEdit, &QLineEdit::textEdited, this, [this](QString const& text) {
+        if (text.isEmpty())
+            filtersearch();
+    });
     connect(filterButton, &QPushButton::clicked, this, &MainWindow::filtersearch);
     connect(stateBox, &QComboBox::currentIndexChanged, this, &MainWindow::stateFilterChanged);
     connect(dupsCheck, &QCheckBox::stateChanged, this, &MainWindow::dupsFilterChanged);

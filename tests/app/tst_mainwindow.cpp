@@ -21,6 +21,7 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTextEdit>
+#include <QToolButton>
 #include <QtTest>
 
 class TestMainWindow : public QObject
@@ -31,6 +32,7 @@ private Q_SLOTS:
     void initTestCase();
     void startupOptionsAndSearch();
     void unlistedActionsWarning();
+    void clearButtonClearsFilter();
     void busyWhileCollecting();
     void marksAskBeforeTheyGo();
     void applyCollectsAgain();
@@ -179,6 +181,17 @@ void TestMainWindow::startupOptionsAndSearch()
     QVERIFY(cache["Clean Sqlite Data"]->isEnabled() && cache["Clean All"]->isEnabled());
     QCOMPARE(cache["Clean Headers"]->toolTip(),
         "Clean RPM package headers cached locally in " + root.filePath("root") + "/var/cache/dnf");
+}
+
+void TestMainWindow::clearButtonClearsFilter()
+{
+    filterTo("^sv-tool$");
+    int const filtered = int(listedNames().size());
+    // The clear button, as the user clicks it.
+    auto* clear = child<QLineEdit>("regexpEdit")->findChild<QToolButton*>();
+    QVERIFY(clear);
+    clear->click();
+    QVERIFY2(listedNames().size() > filtered, qPrintable(listedNames().join(u' ')));
 }
 
 void TestMainWindow::unlistedActionsWarning()
