@@ -32,6 +32,7 @@
 #include <QPushButton>
 #include <QTimer>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <sys/utsname.h>
 #include <unistd.h>
 
@@ -376,6 +377,7 @@ void MainWindow::initialize()
     }
     if (reset)
         session->clear();
+    warnUnknownRepos();
     session->collect(repoEnable);
     model->reset();
     mainPanel->show();
@@ -813,6 +815,19 @@ void MainWindow::apply()
     warnUnlistedActions();
     stateChanged(-1);
     setReady(true);
+}
+
+void MainWindow::warnUnknownRepos()
+{
+    for (YumRepoEnabled const& request : std::as_const(repoRequests)) {
+        auto const& repos = yumConfIO->repos();
+        if (std::none_of(repos.cbegin(), repos.cend(),
+                [&](Repo::Entry const& repo) { return request.matches(repo.id); }))
+            session->log(Log::Warning, 0,
+                tr("No configured repository matches %1=%2; it is ignored.")
+                    .arg(request.enable ? QLatin1String("--enablerepo") : QLatin1String("--disablerepo"),
+                        request.pattern));
+    }
 }
 
 bool MainWindow::checkAuthentication(bool& reset)

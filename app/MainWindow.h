@@ -140,6 +140,9 @@ private:
     // chose to quit.  `reset` tells whether the engine must read the
     // repositories afresh.
     bool checkAuthentication(bool& reset);
+    // Says in the log which --enablerepo/--disablerepo requests name no
+    // configured repository.
+    void warnUnknownRepos();
     // The path of `relative` in the first of manualDirs that holds it; when
     // none does, says that the manual is not installed and returns "".
     QString manualFile(QString const& relative);

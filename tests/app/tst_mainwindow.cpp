@@ -83,10 +83,11 @@ void TestMainWindow::initTestCase()
     view = child<PackageTable::View>("view");
     connect(window->yumSession(), &YumIO::collectedExtraData, this, [this] { ++extraDataSignals; });
 
-    QByteArray args[] = { "sorvan", "--state=all", "--groups", "--mode=search", "--regexp=foo" };
-    char* argv[]
-        = { args[0].data(), args[1].data(), args[2].data(), args[3].data(), args[4].data(), nullptr };
-    QCOMPARE(Startup::parseCommandLine(5, argv, *window), -1);
+    QByteArray args[]
+        = { "sorvan", "--state=all", "--groups", "--mode=search", "--regexp=foo", "--enablerepo=sv-no*" };
+    char* argv[] = { args[0].data(), args[1].data(), args[2].data(), args[3].data(), args[4].data(),
+        args[5].data(), nullptr };
+    QCOMPARE(Startup::parseCommandLine(6, argv, *window), -1);
     // Nothing is loaded before the window is up.
     QCOMPARE(extraDataSignals, 0);
 
@@ -181,6 +182,13 @@ void TestMainWindow::startupOptionsAndSearch()
     QVERIFY(cache["Clean Sqlite Data"]->isEnabled() && cache["Clean All"]->isEnabled());
     QCOMPARE(cache["Clean Headers"]->toolTip(),
         "Clean RPM package headers cached locally in " + root.filePath("root") + "/var/cache/dnf");
+
+    // A request that names no repository is said once in the log.
+    QStringList unknown;
+    for (Log::Entry const& entry : std::as_const(session->logEntries().entries))
+        if (entry.text.startsWith("No configured repository matches"))
+            unknown << entry.text;
+    QCOMPARE(unknown, QStringList { "No configured repository matches --enablerepo=sv-no*; it is ignored." });
 }
 
 void TestMainWindow::clearButtonClearsFilter()
