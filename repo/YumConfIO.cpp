@@ -359,7 +359,8 @@ bool YumConfIO::read(QWidget* parent)
                 error(tr("Unable to stat repository configuration file %1").arg(path), saved);
                 return false;
             }
-            if (S_ISDIR(st.st_mode))
+            // Only regular files: a FIFO or a device would block the read.
+            if (!S_ISREG(st.st_mode))
                 continue;
             m_readFiles.insert(path);
             switch (readFile(path, false)) {

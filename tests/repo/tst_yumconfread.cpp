@@ -4,6 +4,7 @@
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <optional>
+#include <sys/stat.h>
 
 using namespace ConfTest;
 using QSL = QStringList;
@@ -140,6 +141,8 @@ private Q_SLOTS:
         QVERIFY(root.put("/r2/notes.txt", "[not-read]\n"));
         QVERIFY(root.put("/r2/a.repo.rpmnew", "[not-read-either]\n"));
         QVERIFY(root.put("/r2/dir.repo/inside.repo", "[inside]\n"));
+        // Opening a FIFO would wait for a writer that never comes.
+        QCOMPARE(::mkfifo(QFile::encodeName(root.path() + "/r1/zz.repo").constData(), 0644), 0);
         QVERIFY(root.put("/etc/yum.repos.d/default.repo", "[not-in-reposdir]\n"));
         Conf conf;
         QSignalSpy changed(&conf.io, &YumConfIO::changed);
