@@ -343,26 +343,21 @@ void TestMainWindow::applyCollectsAgain()
 // place looked in.
 void TestMainWindow::manualItems_data()
 {
-    columns<int, QString, QString>("item", "text", "file");
-    row("html", 0, "Manual (html)", "html/index.html");
-    row("pdf", 1, "Manual (PDF)", "manual.pdf");
+    columns<int, QString>("item", "file");
+    row("html", 0, "html/index.html");
+    row("pdf", 1, "manual.pdf");
 }
 
+// Without a manual anywhere, the message names every place looked at.
 void TestMainWindow::manualItems()
 {
     QFETCH(int, item);
     QFETCH(QString, file);
-    QList<QAction*> const items = child<QMenu>("helpMenu")->actions();
-    QCOMPARE(items.size(), 4);
-    QTEST(items.at(item)->text(), "text");
-    QCOMPARE(items.at(0)->shortcut(), QKeySequence(Qt::Key_F1));
-    QCOMPARE(items.at(3)->text(), "&About");
-
     QTemporaryDir docs;
     QVERIFY(QDir().mkpath(docs.filePath("built/html")));
     window->manualDirs = { docs.filePath("installed"), docs.filePath("built") };
     answerWith("OK");
-    items.at(item)->trigger();
+    child<QMenu>("helpMenu")->actions().at(item)->trigger();
     QCOMPARE(asked.size(), 1);
     QVERIFY2(asked.first().contains(docs.filePath("installed/" + file))
             && asked.first().contains(docs.filePath("built/" + file)),

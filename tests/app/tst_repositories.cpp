@@ -114,7 +114,6 @@ private Q_SLOTS:
         QByteArray const empty = "/buffet?user=&pass=&path=/sv-buffet/";
         row("OK", "OK", QByteArray("/buffet?user=sorvan&pass=sand%20box%26&path=/sv-buffet/"), false, true);
         row("right ones", "OK", QByteArray("/buffet?user=sorvan&pass=sandbox&path=/sv-buffet/"), true, true);
-        row("disable for session", "Disable for Session", empty, false, true);
         row("quit", "Quit", empty, false, false);
     }
     void credentialsAtStart()

@@ -126,7 +126,6 @@ private Q_SLOTS:
         row("no path", "ftp://mirror", "mirror");
         row("no colon", "mirror/pub", "");
         row("no slashes after the first colon", "file:/a http://h/", "");
-        row("one slash", "http:/h/", "");
         row("empty host", "file:///srv/a/", "");
     }
     void getHost()

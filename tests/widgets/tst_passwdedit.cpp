@@ -94,8 +94,6 @@ private Q_SLOTS:
             "https://h/buffet?u=mX&p=secret&path=x", "https://h/buffet?u=mX&p=******&path=x");
         bothFields("typed in the password", q + "se|cret&path=x", "Zz", q + "seZzcret&path=x",
             q + "********&path=x");
-        bothFields(
-            "erased in the password", q + "secret|&path=x", "\b\b", q + "secr&path=x", q + "****&path=x");
         bothFields("password selected and erased", q + "[secret|&path=x", "\b", q + "&path=x", q + "&path=x");
         bothFields("form broken across the password", "https://h/buffet?u=[me&p=sec|ret&path=x", "x",
             "https://h/buffet?u=xret&path=x", "https://h/buffet?u=xret&path=x");
