@@ -145,24 +145,18 @@ private Q_SLOTS:
             int count = 0;
             bool eventFilter(QObject*, QEvent* event) override
             {
-                count += event->type() == QEvent::Paint;
-                return false;
+                return (count += event->type() == QEvent::Paint) < 0;
             }
         } counter;
-        auto settle = [] {
-            QApplication::processEvents();
-            QTest::qWait(30);
-        };
         HProgressBar bar;
-        bar.resize(300, 30);
         bar.show();
         QVERIFY(QTest::qWaitForWindowExposed(&bar));
-        settle();
+        QTest::qWait(30);
         bar.installEventFilter(&counter);
         for (auto [activity, paints] :
             { std::pair { "Downloading", 1 }, { "Downloading", 1 }, { "Checking", 2 } }) {
             bar.setActivity(activity);
-            settle();
+            QTest::qWait(30);
             QCOMPARE(counter.count, paints);
         }
     }
@@ -199,32 +193,21 @@ private Q_SLOTS:
         QVERIFY(!QToolTip::isVisible());
     }
 
-    void appendCompact_data()
-    {
-        QTest::addColumn<QStringList>("texts");
-        QTest::addColumn<QStringList>("blocks");
-        QTest::newRow("lines and a heading")
-            << QStringList { "one", "<h2><font color=\"blue\">Applying</font></h2>", "" }
-            << QStringList { "one", "Applying", "" };
-        // A fragment of several blocks brings its own margins, which plain
-        // append() would pass on to every later paragraph.
-        QTest::newRow("several blocks, then a line") << QStringList { "<h2>first</h2><p>second</p>", "after" }
-                                                     << QStringList { "first", "second", "after" };
-    }
     void appendCompact()
     {
-        QFETCH(QStringList, texts);
+        // A fragment of several blocks brings its own margins, which plain
+        // append() would pass on to every later paragraph (a heading alone is
+        // the log's test).
         HTextEdit edit;
-        for (QString const& text : texts) {
+        for (QString const text : { "<h2>first</h2><p>second</p>", "after" }) {
             edit.appendCompact(text);
             QTextBlockFormat const last = edit.document()->lastBlock().blockFormat();
-            QCOMPARE(last.topMargin(), 0.0);
-            QCOMPARE(last.bottomMargin(), 0.0);
+            QCOMPARE(last.topMargin() + last.bottomMargin(), 0.0);
         }
         QStringList found;
         for (QTextBlock block = edit.document()->begin(); block.isValid(); block = block.next())
             found << block.text();
-        QTEST(found, "blocks");
+        QCOMPARE(found, QStringList({ "first", "second", "after" }));
     }
 
     void editFocusOut_data()
@@ -232,7 +215,6 @@ private Q_SLOTS:
         QTest::addColumn<int>("reason");
         QTest::addColumn<QString>("popupParent"); // "", "edit" or "other"
         QTest::addColumn<bool>("finished");
-        QTest::newRow("tab") << int(Qt::TabFocusReason) << "" << true;
         QTest::newRow("pop-up opened") << int(Qt::PopupFocusReason) << "" << false;
         QTest::newRow("own pop-up active") << int(Qt::ActiveWindowFocusReason) << "edit" << false;
         QTest::newRow("someone else's pop-up active") << int(Qt::ActiveWindowFocusReason) << "other" << true;
@@ -285,14 +267,10 @@ private Q_SLOTS:
             window.setPalette(QPalette(grey));
             window.setAutoFillBackground(true);
             auto* label = new HFrameLabel("Unlisted Actions", &window);
-            QPalette yellow = label->palette();
-            yellow.setColor(QPalette::Window, Qt::yellow);
-            label->setPalette(yellow);
-            label->setFixedSize(label->sizeHint());
+            label->setPalette(QPalette(Qt::black, Qt::yellow));
+            label->setGeometry(QRect(QPoint(10, 10), label->sizeHint()));
             label->setText(text);
-            label->move(10, 10);
             window.resize(label->width() + 20, label->height() + 20);
-
             // Filled inside the frame left of any text; with no text, not even a frame.
             QImage const image = window.grab(label->geometry()).toImage();
             QCOMPARE(image.pixelColor(label->frameWidth() + 1, label->height() / 2),
@@ -305,17 +283,13 @@ private Q_SLOTS:
 
     void menuShowsToolTips()
     {
-        QWidget window;
-        HMenu menu("&Cache", &window);
+        HMenu menu("&Cache");
         QAction* action = menu.addAction("Clean Packages");
-        action->setToolTip(
-            "Clean RPM packages cached locally in /var/cache/dnf\n(useful for recovering disk space)");
-        window.show();
-        menu.popup(window.mapToGlobal(QPoint(0, 0)));
+        action->setToolTip("Clean RPM packages cached locally");
+        menu.popup(QPoint(0, 0));
         QVERIFY(QTest::qWaitForWindowExposed(&menu));
         askToolTip(&menu, menu.actionGeometry(action).center());
-        QTRY_VERIFY(QToolTip::isVisible());
-        QCOMPARE(QToolTip::text(), action->toolTip());
+        QTRY_COMPARE(QToolTip::text(), action->toolTip());
         QToolTip::hideText();
     }
 
@@ -428,24 +402,20 @@ private Q_SLOTS:
 
     void confirm_data()
     {
-        QTest::addColumn<bool>("named"); // the buttons' own texts, or the defaults
         QTest::addColumn<QString>("answer");
         QTest::addColumn<int>("result");
-        QTest::newRow("accepted") << true << "accept" << int(QDialog::Accepted);
-        QTest::newRow("rejected, default texts") << false << "reject" << int(QDialog::Rejected);
+        QTest::newRow("accepted") << "accept" << int(QDialog::Accepted);
+        QTest::newRow("rejected") << "reject" << int(QDialog::Rejected);
         // The default button must not be the one that changes the system.
-        QTest::newRow("enter") << true << "enter" << int(QDialog::Rejected);
+        QTest::newRow("enter") << "enter" << int(QDialog::Rejected);
     }
     void confirm()
     {
-        QFETCH(bool, named);
         QFETCH(QString, answer);
         QString const text = "Transaction to be performed:\n\tInstall: foo 1.0-1 (noarch) [local]\n"
                              "\tRemove: <baz> 0.9-1 (noarch)\nTotal download size: 1.2 M\n";
         QWidget parent;
-        ScrollableConfirmDialog dialog(text, named ? "Cancel" : "", named ? "Apply" : "", &parent);
-        QCOMPARE(dialog.rejectButton()->text(), named ? "Cancel" : "&No");
-        QCOMPARE(dialog.acceptButton()->text(), named ? "Apply" : "&Yes");
+        ScrollableConfirmDialog dialog(text, "Cancel", "Apply", &parent);
         QCOMPARE(dialog.findChild<HTextEdit*>()->toPlainText(), text);
         bool scrolled = true;
         whenShown(&dialog, [&] {
@@ -487,9 +457,7 @@ private Q_SLOTS:
         bool scrolled = false;
         whenShown(&dialog, [&] {
             scrolled = scrolls(&dialog);
-            QList<QPushButton*> const buttons = dialog.findChildren<QPushButton*>();
-            QCOMPARE(buttons.size(), 1);
-            buttons.first()->click();
+            dialog.findChild<QPushButton*>()->click();
         });
         QCOMPARE(dialog.exec(), int(QDialog::Accepted));
         QRect const available = dialog.screen()->availableGeometry();
