@@ -150,7 +150,8 @@ public:
         return startsWith(records, u"value "_s) || startsWith(records, u"totalvalue "_s);
     }
 
-    static QString threadsRecord(Progress::ThreadsState const& threads)
+    // Each slot as "state:name:value/max".
+    static QStringList slotRecords(Progress::ThreadsState const& threads)
     {
         QStringList slots;
         for (unsigned i = 0; i < threads.count(); ++i)
@@ -158,6 +159,11 @@ public:
                          .arg(threads[i].name)
                          .arg(threads[i].value)
                          .arg(threads[i].max);
+        return slots;
+    }
+    static QString threadsRecord(Progress::ThreadsState const& threads)
+    {
+        QStringList const slots = slotRecords(threads);
         return u"slots "_s + (slots.isEmpty() ? u"-"_s : slots.join(u','));
     }
 

@@ -114,18 +114,16 @@ private Q_SLOTS:
                     reached.release(3);
                     return;
                 }
+                // What the model emits is tst_progressmodel's; here it is what reaches the bars.
                 ProgressScript script(*slot);
-                auto run = [&](QString const& lines) { faults << script.check(lines); };
-                run("total Collecting 24000 -> total Collecting 24000;"
-                    "item Preparing 100 100 -> item Preparing 0 100; wait; value 40 -> value 40 40");
+                auto run = [&](QString const& steps) {
+                    for (QString const& step : steps.split(u';'))
+                        script.perform(step);
+                };
+                run("total Collecting 24000; item Preparing 100 100; wait; value 40");
                 checkpoint();
-                run("acts 14000 6;"
-                    "batch Downloading 0 4 3 3000 -> slots 0::0/1,0::0/1,0::0/1 | item Downloading 100 3000;"
-                    "slot a.rpm 0 1024 -> slots 2:a.rpm:0/1024,0::0/1,0::0/1;"
-                    "slot b.rpm 1 300 -> slots 2:a.rpm:0/1024,2:b.rpm:0/300,0::0/1; wait;"
-                    "slotvalue 1 300 -> slots 2:a.rpm:0/1024,2:b.rpm:300/300,0::0/1 | value 800 300;"
-                    "slotend 1 -> slots 2:a.rpm:0/1024,3:b.rpm:300/300,0::0/1; wait;"
-                    "slotvalue 0 512 -> slots 2:a.rpm:512/1024,3:b.rpm:300/300,0::0/1 | value 1994 812");
+                run("acts 14000 6; batch Downloading 0 4 3 3000; slot a.rpm 0 1024; slot b.rpm 1 300; wait;"
+                    "slotvalue 1 300; slotend 1; wait; slotvalue 0 512");
                 checkpoint();
                 // A model on a work thread never runs that thread's events, even
                 // when its GUI throttle would allow it.
@@ -134,7 +132,7 @@ private Q_SLOTS:
                 QMetaObject::invokeMethod(
                     &probe, [&ran] { ran = true; }, Qt::QueuedConnection);
                 QThread::msleep(20);
-                run("endbatch -> slots -; activity Checking -> activity Checking");
+                run("endbatch; activity Checking");
                 pumpedByModel = ran;
                 QCoreApplication::processEvents();
                 pumpedByLoop = ran;
@@ -233,7 +231,6 @@ private Q_SLOTS:
         QWidget area;
         Progress::Minion::fillTip(&area, slotsOf(slots));
         QTEST(tipRows(&area), "rows");
-        QCOMPARE(area.layout()->contentsMargins(), QMargins(4, 4, 4, 4));
         for (QLabel* const label : area.findChildren<QLabel*>())
             QCOMPARE(label->textFormat(), Qt::PlainText);
     }
