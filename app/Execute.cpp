@@ -30,6 +30,9 @@ constexpr off_t shownMessages = 4096;
 // reports its end here without blocking the interface.
 class Watch : public QObject
 {
+    // Without it, tr() here would be QObject's, in a context of its own.
+    Q_DECLARE_TR_FUNCTIONS(Execute)
+
 public:
     Watch(QWidget* parent, QString const& program, QStringList const& secrets, int statusFd, int errorFd)
         : QObject(QCoreApplication::instance())

@@ -7,7 +7,10 @@
 
 #include <QApplication>
 #include <QIcon>
+#include <QLibraryInfo>
+#include <QLocale>
 #include <QSocketNotifier>
+#include <QTranslator>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -217,6 +220,23 @@ int Startup::parseCommandLine(int argc, char** argv, MainWindow& window)
     return -1;
 }
 
+void Startup::installTranslations(QCoreApplication& app)
+{
+    QLocale const locale;
+    // Looked up last-installed first: the program's own catalogue goes on top.
+    std::pair<QString, QString> const catalogues[] = {
+        { QStringLiteral("qtbase"), QLibraryInfo::path(QLibraryInfo::TranslationsPath) },
+        { QStringLiteral("sorvan"), Share::absolute(QStringLiteral("translations")) },
+    };
+    for (auto const& [name, directory] : catalogues) {
+        auto* translator = new QTranslator(&app);
+        if (translator->load(locale, name, QStringLiteral("_"), directory))
+            app.installTranslator(translator);
+        else
+            delete translator;
+    }
+}
+
 int Startup::run(int argc, char** argv)
 {
     int const signals = quitSignals();
@@ -236,6 +256,7 @@ int Startup::run(int argc, char** argv)
     QApplication::setApplicationName(QStringLiteral("SORVAN"));
     QApplication::setApplicationVersion(QStringLiteral(SORVAN_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("sorvan"));
+    installTranslations(app);
 
     application = &app;
     char const* slash = std::strrchr(argv[0], '/');
