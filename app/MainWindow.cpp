@@ -43,7 +43,9 @@ MainWindow::MainWindow()
     , applyIcon(Share::absolute(QStringLiteral("icons/check.png")))
     , startRepoEditor(false)
     , startLog(false)
-    , manualDirs { QStringLiteral(SORVAN_DOC_INSTALLED), QStringLiteral(SORVAN_DOC_BUILT) }
+    , manualDirs { Share::installedDir(
+                       QStringLiteral(SORVAN_DOC_INSTALLED), QStringLiteral(SORVAN_DOC_FROM_BINDIR)),
+        QStringLiteral(SORVAN_DOC_BUILT) }
     , session(nullptr)
     , yumConfIO(nullptr)
     , initialized(false)

@@ -1,20 +1,23 @@
 # The user's manual (HTML and PDF) and the manual page, built from doc/ with
 # Asciidoctor, and where the program looks for the manual.
 #
-#   <build>/doc/html/index.html (+ images/)  -> <datarootdir>/doc/sorvan-<version>/html/
-#   <build>/doc/manual.pdf                   -> <datarootdir>/doc/sorvan-<version>/manual.pdf
+#   <build>/doc/html/index.html (+ images/)  -> <docdir>/html/    (<datarootdir>/doc/sorvan)
+#   <build>/doc/manual.pdf                   -> <docdir>/manual.pdf
 #   <build>/doc/sorvan.1                     -> <mandir>/man1/sorvan.1
 #
 # Without asciidoctor (or asciidoctor-pdf) the pieces it would make are left
 # out, with a message; the program then says the manual is not installed.
 
 set(SORVAN_DOC_BUILD_DIR ${CMAKE_BINARY_DIR}/doc)
-set(SORVAN_DOC_INSTALL_DIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/sorvan-${PROJECT_VERSION})
-set(_sorvan_doc_full_dir ${CMAKE_INSTALL_FULL_DATAROOTDIR}/doc/sorvan-${PROJECT_VERSION})
+set(SORVAN_DOC_INSTALL_DIR ${CMAKE_INSTALL_DOCDIR})
+set(_sorvan_doc_full_dir ${CMAKE_INSTALL_FULL_DOCDIR})
 
-# The Help menu looks in the installed directory first, then in this build's.
+# The Help menu looks in the installed directory first (beside the program
+# when the tree was relocated), then in this build's.
+file(RELATIVE_PATH _sorvan_doc_from_bindir ${CMAKE_INSTALL_FULL_BINDIR} ${_sorvan_doc_full_dir})
 set_property(SOURCE ${CMAKE_SOURCE_DIR}/app/MainWindow.cpp TARGET_DIRECTORY sorvan_app APPEND PROPERTY
-  COMPILE_DEFINITIONS SORVAN_DOC_INSTALLED="${_sorvan_doc_full_dir}" SORVAN_DOC_BUILT="${SORVAN_DOC_BUILD_DIR}")
+  COMPILE_DEFINITIONS SORVAN_DOC_INSTALLED="${_sorvan_doc_full_dir}" SORVAN_DOC_FROM_BINDIR="${_sorvan_doc_from_bindir}"
+                      SORVAN_DOC_BUILT="${SORVAN_DOC_BUILD_DIR}")
 
 find_program(SORVAN_ASCIIDOCTOR asciidoctor)
 find_program(SORVAN_ASCIIDOCTOR_PDF asciidoctor-pdf)

@@ -2,6 +2,11 @@
 # as they are, and every icon drawn as SVG rendered to the PNG the program
 # loads.  The same tree is what `install` puts into <prefix>/share/sorvan.
 
+# Where the installed tree is as seen from the program's directory: a
+# relocated or DESTDIR-staged install finds it there (app/Share.cpp).
+file(RELATIVE_PATH _sorvan_share_from_bindir ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_DATADIR}/sorvan)
+target_compile_definitions(sorvan_config INTERFACE SORVAN_SHARE_FROM_BINDIR="${_sorvan_share_from_bindir}")
+
 add_executable(sorvan_svg2png ${CMAKE_SOURCE_DIR}/tools/svg2png.cpp)
 target_link_libraries(sorvan_svg2png PRIVATE sorvan_config Qt6::Gui Qt6::Svg)
 
