@@ -21,6 +21,12 @@ QPalette makeBackground(QPalette const& palette, QString const& name)
 }
 } // namespace
 
+/* TRANSLATOR Colors
+
+   Colour names (SVG keywords such as "blue") and #rrggbb values, as the
+   toolkit reads them: keep them as they are, unless your language wants
+   another colour here.
+*/
 namespace Colors
 {
 QString action()

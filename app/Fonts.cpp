@@ -16,6 +16,11 @@ QFont Fonts::makeHeader(QFont const& font)
     return result;
 }
 
+/* TRANSLATOR Fonts
+
+   Font families tried in turn for fixed-width text: keep the names, or
+   name a family that suits your script better.
+*/
 QFont Fonts::makeFixed(QFont const& font)
 {
     static char const* const families[] = {

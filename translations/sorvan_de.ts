@@ -4,7 +4,13 @@
 <context>
     <name>Colors</name>
     <message>
-        <location filename="../app/Colors.cpp" line="+28"/>
+        <location filename="../app/Colors.cpp" line="+24"/>
+        <source></source>
+        <comment>Colour names (SVG keywords such as &quot;blue&quot;) and #rrggbb values, as the toolkit reads them: keep them as they are, unless your language wants another colour here.</comment>
+        <translation></translation>
+    </message>
+    <message>
+        <location line="+10"/>
         <source>blue</source>
         <translation>blue</translation>
     </message>
@@ -106,7 +112,13 @@
 <context>
     <name>Fonts</name>
     <message>
-        <location filename="../app/Fonts.cpp" line="+22"/>
+        <location filename="../app/Fonts.cpp" line="+19"/>
+        <source></source>
+        <comment>Font families tried in turn for fixed-width text: keep the names, or name a family that suits your script better.</comment>
+        <translation></translation>
+    </message>
+    <message>
+        <location line="+8"/>
         <source>Bitstream Vera Sans Mono</source>
         <translation>Bitstream Vera Sans Mono</translation>
     </message>
