@@ -2511,6 +2511,31 @@ Von: %5</translation>
         <translation>Interner Fehler: Größe des Abrufs beim Sammeln nicht verstanden</translation>
     </message>
     <message>
+        <location line="+74"/>
+        <source>Internal error: unexpected progress name</source>
+        <translation>Interner Fehler: Unerwarteter Fortschrittsname</translation>
+    </message>
+    <message>
+        <location line="+14"/>
+        <source>Internal error: unexpected progress filename</source>
+        <translation>Interner Fehler: Unerwarteter Dateiname im Fortschritt</translation>
+    </message>
+    <message>
+        <location line="+20"/>
+        <source>Internal error: unexpected progress text type</source>
+        <translation>Interner Fehler: Unerwarteter Typ des Fortschrittstexts</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Internal error: unexpected progress name type</source>
+        <translation>Interner Fehler: Unerwarteter Typ des Fortschrittsnamens</translation>
+    </message>
+    <message>
+        <location line="+34"/>
+        <source>Internal error: unexpected progress failure message</source>
+        <translation>Interner Fehler: Unerwartete Fehlermeldung im Fortschritt</translation>
+    </message>
+    <message>
         <location filename="../yumio/YumIOClean.cpp" line="+36"/>
         <source>Cleaning Headers</source>
         <translation>Kopfdaten werden gelöscht</translation>
@@ -2678,7 +2703,7 @@ Im Menü „Paketquellen“ lassen sich mit „Konfiguration bearbeiten“ Paket
         <translation>Interner Fehler: groupInfo.group_installed[&apos;%1&apos;] nicht gefunden</translation>
     </message>
     <message>
-        <location filename="../yumio/YumIODetails.cpp" line="+46"/>
+        <location filename="../yumio/YumIODetails.cpp" line="+45"/>
         <source>getRpmHdrValue called for package with no hdr (i.e. not installed)</source>
         <translation>getRpmHdrValue für ein Paket ohne hdr (also nicht installiert) aufgerufen</translation>
     </message>

@@ -105,7 +105,8 @@ struct YumIOC {
             return none();
         if (!PyArg_ParseTuple(args, "llO", &current, &total, &name))
             return nullptr;
-        io->collectProgress(current, total, text(io, name, "Internal error: unexpected progress name"));
+        io->collectProgress(current, total,
+            text(io, name, QT_TRANSLATE_NOOP("YumIO", "Internal error: unexpected progress name")));
         return none();
     }
 
@@ -118,7 +119,8 @@ struct YumIOC {
         if (!PyArg_ParseTuple(
                 args, "OOOOOO", &meter, &fileName, &unused1, &unused2, &sizeObject, &textObject))
             return nullptr;
-        QString const name = text(io, fileName, "Internal error: unexpected progress filename");
+        QString const name
+            = text(io, fileName, QT_TRANSLATE_NOOP("YumIO", "Internal error: unexpected progress filename"));
         // The text only stands in for a missing file name: not a string, it
         // is simply not used.
         QString const alternative = text(io, textObject, nullptr);
@@ -137,8 +139,10 @@ struct YumIOC {
         if (!PyArg_ParseTuple(
                 args, "OOOOOO", &meter, &fileName, &unused1, &unused2, &sizeObject, &textObject))
             return nullptr;
-        QString const alternative = text(io, textObject, "Internal error: unexpected progress text type");
-        QString const name = text(io, fileName, "Internal error: unexpected progress name type");
+        QString const alternative = text(
+            io, textObject, QT_TRANSLATE_NOOP("YumIO", "Internal error: unexpected progress text type"));
+        QString const name
+            = text(io, fileName, QT_TRANSLATE_NOOP("YumIO", "Internal error: unexpected progress name type"));
         io->applyGrabMeterStart(meter, name, size(io, sizeObject), alternative);
         return none();
     }
@@ -172,7 +176,7 @@ struct YumIOC {
             return none();
         if (!PyArg_ParseTuple(args, "OO", &meter, &message))
             return nullptr;
-        text(io, message, "Internal error: unexpected progress failure message");
+        text(io, message, QT_TRANSLATE_NOOP("YumIO", "Internal error: unexpected progress failure message"));
         (io->*handler)(meter);
         return none();
     }
