@@ -1,5 +1,6 @@
 // Package details read on demand from the entries' engine objects.
 #include "progress/Progress.h"
+#include "yumio/PyCompat.h"
 #include "yumio/YumIO.h"
 #include "yumio/YumIODialogs.h"
 
@@ -25,7 +26,7 @@ bool YumIO::hasHeader(PyObject* object)
     // for an object without the attribute saves building an exception each time.
     PyObject* name = PyUnicode_FromString("hdr");
     PyObject* header = nullptr;
-    int const found = name ? _PyObject_LookupAttr(object, name, &header) : -1;
+    int const found = name ? PyCompat::lookupAttr(object, name, &header) : -1;
     Py_XDECREF(name);
     if (found <= 0) {
         PyErr_Clear();
@@ -183,16 +184,16 @@ QStringList YumIO::getPrco(PyObject* object, char const* kind, char const* prefi
         if (flag && flag != Py_None) {
             QString epoch, version, release;
             if (evr && PyTuple_Check(evr) && PyTuple_Size(evr) == 3) {
-                epoch = pyStringXDec(Py_NewRef(PyTuple_GET_ITEM(evr, 0)));
-                version = pyStringXDec(Py_NewRef(PyTuple_GET_ITEM(evr, 1)));
-                release = pyStringXDec(Py_NewRef(PyTuple_GET_ITEM(evr, 2)));
+                epoch = pyStringXDec(PyCompat::newRef(PyTuple_GET_ITEM(evr, 0)));
+                version = pyStringXDec(PyCompat::newRef(PyTuple_GET_ITEM(evr, 1)));
+                release = pyStringXDec(PyCompat::newRef(PyTuple_GET_ITEM(evr, 2)));
             }
             QString text = version;
             if (!epoch.isEmpty() && epoch != QLatin1String("0"))
                 text = epoch + QLatin1Char(':') + text;
             if (!release.isEmpty())
                 text += QLatin1Char('-') + release;
-            line += QLatin1Char(' ') + flagText(pyStringXDec(Py_NewRef(flag)));
+            line += QLatin1Char(' ') + flagText(pyStringXDec(PyCompat::newRef(flag)));
             if (!text.isEmpty())
                 line += QLatin1Char(' ') + text;
         }
@@ -408,8 +409,8 @@ QString YumIO::getChangeLog(Package::Entry const& entry)
             if (PyTuple_Check(item) && PyTuple_Size(item) >= 3) {
                 PyObject* time = PyTuple_GET_ITEM(item, 0);
                 long const seconds = PyLong_Check(time) ? PyLong_AsLong(time) : 0;
-                changes.append(Change { seconds, pyStringXDec(Py_NewRef(PyTuple_GET_ITEM(item, 1))),
-                    pyStringXDec(Py_NewRef(PyTuple_GET_ITEM(item, 2))) });
+                changes.append(Change { seconds, pyStringXDec(PyCompat::newRef(PyTuple_GET_ITEM(item, 1))),
+                    pyStringXDec(PyCompat::newRef(PyTuple_GET_ITEM(item, 2))) });
             }
             Py_DECREF(item);
         }
