@@ -154,7 +154,46 @@ QVariant Model::data(QModelIndex const& index, int role) const
         }
         return QVariant();
 
+    case Qt::AccessibleTextRole:
+        // What a screen reader says for the cells that show only an icon.
+        switch (column) {
+        case ActionColumn:
+            switch (e->action) {
+            case Package::Update:
+                return tr("Update");
+            case Package::Install:
+                return tr("Install");
+            case Package::Remove:
+                return tr("Remove");
+            case Package::NoAction:
+                return tr("No action");
+            }
+            return QVariant();
+        case StateColumn:
+            switch (e->state) {
+            case Package::AvailableForUpdate:
+                return tr("Out of date");
+            case Package::Available:
+                return tr("Available");
+            case Package::Installed:
+                return tr("Installed");
+            }
+            return QVariant();
+        case KindColumn:
+            switch (e->kind) {
+            case Package::Suite:
+                return tr("Suite");
+            case Package::Group:
+                return tr("Group");
+            case Package::Ordinary:
+                return tr("Package");
+            }
+            return QVariant();
+        }
+        return text(*e, column);
+
     case Qt::ToolTipRole:
+    case Qt::AccessibleDescriptionRole:
         switch (column) {
         case ActionColumn:
             switch (e->action) {

@@ -10,6 +10,7 @@
 #include <QHash>
 #include <QHeaderView>
 #include <QIcon>
+#include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QStyle>
 #include <algorithm>
@@ -156,13 +157,35 @@ void View::handleDoubleClicked(QModelIndex const& index)
 
 void View::keyPressEvent(QKeyEvent* event)
 {
-    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) && currentIndex().isValid()
-        && state() != EditingState) {
-        describe();
-        event->accept();
-        return;
+    // Enter describes the current row and Space cycles its action, as a
+    // double click and a click in the Action column do.
+    if (currentIndex().isValid() && state() != EditingState) {
+        if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+            describe();
+            event->accept();
+            return;
+        }
+        if (event->key() == Qt::Key_Space && event->modifiers() == Qt::NoModifier) {
+            handleActivated(currentIndex().siblingAtColumn(ActionColumn));
+            event->accept();
+            return;
+        }
     }
     HTableView::keyPressEvent(event);
+}
+
+bool View::event(QEvent* event)
+{
+    // The Menu key or Shift+F10 opens the menu of the current cell, where
+    // the mouse would open the one under the pointer.
+    if (event->type() == QEvent::ContextMenu
+        && static_cast<QContextMenuEvent*>(event)->reason() == QContextMenuEvent::Keyboard) {
+        if (currentIndex().isValid())
+            handleCustomContextMenuRequested(visualRect(currentIndex()).center());
+        event->accept();
+        return true;
+    }
+    return HTableView::event(event);
 }
 
 int View::sourceRow(QModelIndex const& index) const

@@ -51,6 +51,7 @@ protected:
     void currentChanged(QModelIndex const& current, QModelIndex const& previous) override;
     void changeEvent(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    bool event(QEvent* event) override;
 
 private:
     int sourceRow(QModelIndex const& index) const;
