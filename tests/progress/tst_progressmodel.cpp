@@ -2,7 +2,6 @@
 // through the signals it emits and the bars its minion moves.
 #include "ProgressScript.h"
 
-#include <QMetaType>
 #include <QTest>
 
 class TestProgressModel : public QObject
@@ -10,23 +9,10 @@ class TestProgressModel : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
     void script_data();
     void script();
     void guiThreadPumpsEventsAtMostEvery10Ms();
 };
-
-void TestProgressModel::initTestCase()
-{
-    // Queued connections made by name need them; the first model registers them.
-    QVERIFY(!QMetaType::fromName("ThreadsState").isValid());
-    {
-        HProgressBar total, item;
-        Progress::Object model(&total, &item);
-    }
-    QCOMPARE(QMetaType::fromName("Steps"), QMetaType::fromType<quint64>());
-    QCOMPARE(QMetaType::fromName("ThreadsState"), QMetaType::fromType<Progress::ThreadsState>());
-}
 
 void TestProgressModel::script_data()
 {
