@@ -124,10 +124,6 @@ private Q_SLOTS:
             QSL { "Installed: Kind Version Architecture Size " + details + " Install Time " + rpm
                 + " Relocations Provides Requires Files Change Log" },
             QSL { "Relocations: /opt/sv-reloc", "Change Log: Show" });
-        row("suite", "sv-office-suite", int(Package::Suite),
-            QSL { "Available for installation: Kind Version Repository Architecture Size " + details + ' '
-                + rpm + " Provides Requires Files Change Log" },
-            QSL { "Kind: Suite of packages", "Requires: sv-calc >= 1.0\nsv-writer" });
         row("group", "SORVAN Core", int(Package::Group),
             QSL { "Available for update: Kind Mandatory Packages Default Packages Optional Packages" },
             QSL { "Mandatory Packages: sv-tool\nsv-docs\nsv-corelib", "Default Packages: sv-reloc",

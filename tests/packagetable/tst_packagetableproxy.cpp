@@ -123,12 +123,10 @@ S | -tool             | SORVAN Core, sv-mirror-tool, sv-tool
 F | SV-TOOL           |
 F | (                 | *
 F | sv-tool 1\.2-1    | sv-tool
-F | sv-tool  1\.2-1   |
 F | installed noarch  | sv-old, sv-release, sv-reloc
 F | 5\.2-1 \* sv-updates | sv-kernel
 F | ^sv-calc$         |
 F | ^SORVAN Minimal {5}$ | SORVAN Minimal
-F | ^SORVAN Minimal {6}$ |
 F | Spreadsheet|SORVAN Sandbox |
 S | ^sv-calc$         | sv-calc
 S | ^2:1\.0-1$        | sv-epoch
