@@ -61,6 +61,7 @@ if(BUILD_TESTING)
 
   # The RPM, built from the source tarball as a packager would.  It does not
   # depend on how this tree was compiled, so the sanitizer builds skip it.
+  # A build without tests: about 7 CPU-minutes, under 4 minutes on two free cores.
   if(SORVAN_SANITIZE STREQUAL "")
     add_test(NAME rpm_build COMMAND ${_sorvan_check} rpm ${CMAKE_SOURCE_DIR} ${PROJECT_VERSION} ${SORVAN_APP_ID}
                                     "${SORVAN_ICON_SIZES}")
