@@ -41,9 +41,7 @@ class NamesTest(RootTestCase):
         # releasever from sv-release's system-release(releasever) = 1, in the managed root.
         self.assertEqual({k: y.conf.yumvar[k] for k in ("arch", "basearch", "releasever")},
                          {"arch": ARCH, "basearch": ARCH, "releasever": "1"})
-
-    def test_probes(self):
-        y = self.session()
+        # The probes.
         self.assertIs(y.hasMultiProgress(), True)
         self.assertIsInstance(y.usesPresto(), bool)
         # One value per architecture family.
@@ -61,13 +59,12 @@ class StartTest(RootTestCase):
         self.assertIn(main, str(caught.exception))
         self.assertTrue([t for _, t in yumIOC.of("errorlog") if main in t])
 
-    def test_missing_root_stops_the_engine(self):
+    def test_missing_root_stops_the_engine_a_bare_one_has_no_repositories(self):
         os.environ["SORVANROOT"] = os.path.join(self.tmp, "nowhere")
         with self.assertRaises(SystemExit) as caught:
             self.session()
         self.assertIn("nowhere", str(caught.exception))
-
-    def test_root_without_configuration_has_no_repositories(self):
+        # A root without configuration has no repositories.
         os.environ["SORVANROOT"] = bare = os.path.join(self.tmp, "bare")
         os.makedirs(bare)
         self.assertEqual(self.session().repos.repos, {})

@@ -11,7 +11,7 @@ from enginetest import RootTestCase, names, run  # noqa: E402
 
 class ConfigurationTest(RootTestCase):
 
-    def test_malformed_repo_file_is_named_and_the_rest_stays_usable(self):
+    def test_bad_repo_files_are_named_and_the_rest_stays_usable(self):
         broken = self.writeFile("/etc/yum.repos.d/broken.repo", "[broken\nbaseurl=file:///x/\n")
         y = self.session()
         self.assertIn("sv-base", y.repos.repos)
@@ -20,14 +20,14 @@ class ConfigurationTest(RootTestCase):
             y.setupRepos()
         self.assertIn(broken, caught.exception.value)
         os.unlink(broken)
-        self.assertTrue(self.collect(self.session()).available)
-
-    def test_same_id_in_two_files_names_both(self):
+        # The same identifier in two files names both.
         dup = self.writeFile("/etc/yum.repos.d/zz-dup.repo", "[sv-base]\nbaseurl=file:///nowhere/\n")
         with self.assertRaises(self.Errors.RepoError) as caught:
             self.session().setupRepos()
         self.assertIn(dup, caught.exception.value)
         self.assertIn(self.path("/etc/yum.repos.d/sv-sandbox.repo"), caught.exception.value)
+        os.unlink(dup)
+        self.assertTrue(self.collect(self.session()).available)
 
     def test_the_files_the_repository_editor_reads(self):
         # The main file's reposdir, and the main file that the editor picks.
@@ -67,8 +67,8 @@ class HttpRepositoryTest(RootTestCase):
     def test_download_moves_one_meter_then_none_on_a_fresh_cache(self):
         self.serve()
         y = self.session()
-        self.assertIn("sv-bigdata-1.0-1.noarch",
-                      names(self.collect(y, enables={"sv-http": True}).available))
+        c = self.collect(y, enables={"sv-http": True})
+        self.assertIn("sv-bigdata-1.0-1.noarch", names(c.available))
         calls = self.meterCalls("sv-http")
         self.assertEqual(calls[0], ("collectGrabMeterStart", ("", None, None, 1000, "sv-http/repodata")))
         self.assertEqual(calls[-1], ("collectGrabMeterEnd", (1000,)))
@@ -77,17 +77,15 @@ class HttpRepositoryTest(RootTestCase):
         self.assertTrue(values)
         self.assertEqual(values, sorted(values))
         self.assertLessEqual(values[-1], 1000)
-        yumIOC.reset()
-        self.collect(y)
-        self.assertEqual(self.meterCalls("sv-http"), [])
-
-    def test_build_host_of_a_remote_package_without_downloading_it(self):
-        self.serve()
-        p = self.collect(enables={"sv-http": True}).find("available", "sv-net-tool")
+        # A remote package's build host comes without downloading it.
+        p = c.find("available", "sv-net-tool")
         self.assertEqual(p.returnSimple("buildhost"), "builder.sorvan.example")
         self.assertFalse(os.path.exists(p.localPkg()))
         with open(self.path("/var/run/sv-sandbox-http.log")) as f:
             self.assertNotIn(".rpm", f.read())
+        yumIOC.reset()
+        self.collect(y)
+        self.assertEqual(self.meterCalls("sv-http"), [])
 
     def test_buffet_repository_needs_its_name_and_password(self):
         self.serve()
