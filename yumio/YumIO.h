@@ -139,8 +139,6 @@ public:
 
     // "update", "install", "remove": an action as the messages name it.
     static QString actionName(Package::Action action);
-    // [epoch:]name-version-release.arch into its name and architecture.
-    static bool parseEnvra(QString const& envra, QString& name, QString& arch);
 
     // --- the entries, for the table (GUI thread) ---------------------------
 

@@ -2,6 +2,7 @@
 // marks spread onto their members, and the callbacks the script makes while
 // it resolves, lists, confirms and runs the transaction.
 #include "progress/Progress.h"
+#include "yumio/TsInfo.h"
 #include "yumio/YumIO.h"
 #include "yumio/YumIOCapturers.h"
 #include "yumio/YumIODialogs.h"
@@ -432,32 +433,6 @@ void YumIO::applyGrpLogNot(
 
 // --- dependency-resolution feedback -------------------------------------------------
 
-bool YumIO::parseEnvra(QString const& envra, QString& name, QString& arch)
-{
-    // [epoch:]name-version-release.arch
-    qsizetype const dot = envra.lastIndexOf(QLatin1Char('.'));
-    if (dot <= 0 || dot == envra.size() - 1)
-        return false;
-    QString nvr = envra.left(dot);
-    qsizetype const colon = nvr.indexOf(QLatin1Char(':'));
-    if (colon >= 0) {
-        bool number = false;
-        nvr.left(colon).toUInt(&number);
-        if (!number)
-            return false;
-        nvr = nvr.mid(colon + 1);
-    }
-    qsizetype const release = nvr.lastIndexOf(QLatin1Char('-'));
-    if (release <= 0)
-        return false;
-    qsizetype const version = nvr.lastIndexOf(QLatin1Char('-'), release - 1);
-    if (version <= 0 || version == release - 1)
-        return false;
-    name = nvr.left(version);
-    arch = envra.mid(dot + 1);
-    return true;
-}
-
 Package::Entry* YumIO::findPackage(QString const& name)
 {
     return bestByName.value(name);
@@ -465,32 +440,25 @@ Package::Entry* YumIO::findPackage(QString const& name)
 
 void YumIO::dsTsInfo(QString const& text)
 {
-    auto unexpected = [&] { error(tr("Internal error: unexpected TSINFO: %1").arg(text)); };
-    static QString const updating = QStringLiteral("Updating ");
-    static QString const obsoleting = QStringLiteral("Obsoleting ");
-    static QString const marking = QStringLiteral("Marking ");
-    if (text.startsWith(updating) || text.startsWith(marking)) {
-        qsizetype const prefix = text.startsWith(updating) ? updating.size() : marking.size();
-        qsizetype const space = text.indexOf(QLatin1Char(' '), prefix);
-        if (space < 0)
-            return unexpected();
-        QString const envra = text.mid(prefix, space - prefix);
-        unsigned const weight = text.startsWith(updating) || text.contains(QLatin1String(" update ")) ? 2 : 1;
-        dsTsNewPkg(envra, dsTsFindPkg(envra), weight, true);
-    } else if (text.startsWith(obsoleting)) {
-        QString const s = text.mid(obsoleting.size());
-        qsizetype const i = s.indexOf(QLatin1Char(' '));
-        if (i < 0 || s.indexOf(QLatin1String(" with "), i) < 0)
-            return unexpected();
+    TsInfo::Line const line = TsInfo::parse(text);
+    switch (line.kind) {
+    case TsInfo::Marked:
+        dsTsNewPkg(line.envra, dsTsFindPkg(line.envra), line.weight, true);
+        break;
+    case TsInfo::Obsoleting: {
         // Both names are the obsoleting package: it counts once as the
         // replacement and once as what it brings.
-        QString const p = s.left(i);
-        Package::Entry* first = dsTsFindPkg(p);
-        Package::Entry* second = dsTsFindPkg(p);
-        dsTsNewPkg(p, first, 1, false);
-        dsTsNewPkg(p, second, 1, true);
-    } else if (!text.contains(QLatin1String(" marked as erase"))) {
-        unexpected();
+        Package::Entry* first = dsTsFindPkg(line.envra);
+        Package::Entry* second = dsTsFindPkg(line.envra);
+        dsTsNewPkg(line.envra, first, 1, false);
+        dsTsNewPkg(line.envra, second, 1, true);
+        break;
+    }
+    case TsInfo::Erased:
+        break;
+    case TsInfo::Unexpected:
+        error(tr("Internal error: unexpected TSINFO: %1").arg(text));
+        break;
     }
 }
 
@@ -500,7 +468,7 @@ Package::Entry* YumIO::dsTsFindPkg(QString const& envra)
     QString name;
     QString arch;
     if (yumVersion() > 30208) {
-        if (parseEnvra(envra, name, arch)) {
+        if (TsInfo::parseEnvra(envra, name, arch)) {
             entry = entriesByKey[EntryKey(false, name, getBiArch(arch))];
             // A noarch package and one of an architecture share a row.
             if (!entry)
