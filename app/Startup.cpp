@@ -1,5 +1,6 @@
 #include "app/Startup.h"
 
+#include "app/CommandLine.h"
 #include "app/DefaultStyle.h"
 #include "app/MainWindow.h"
 #include "app/Share.h"
@@ -16,12 +17,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <getopt.h>
 #include <pthread.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
-char const* program = "sorvan";
 QApplication* application = nullptr;
 
 namespace
@@ -33,22 +32,6 @@ MainWindow* mainWindow = nullptr;
 
 namespace
 {
-enum LongOnly { DisableRepo = 256, EnableRepo = 257 };
-
-// A keyword argument may be abbreviated to any prefix, the empty one
-// included; keywords are tried in order.  Returns the index or -1.
-int matchKeyword(char const* argument, std::initializer_list<char const*> keywords)
-{
-    size_t const length = std::strlen(argument);
-    int index = 0;
-    for (char const* keyword : keywords) {
-        if (length <= std::strlen(keyword) && std::strncmp(keyword, argument, length) == 0)
-            return index;
-        ++index;
-    }
-    return -1;
-}
-
 // SIGINT, SIGTERM, SIGHUP and SIGQUIT ask the window to quit like its close
 // button does: once no operation runs, so that a transaction is never cut.
 // They are blocked in every thread (the mask is set before any thread starts
@@ -78,12 +61,6 @@ void toTerminal(QtMsgType type, QMessageLogContext const& context, QString const
         std::abort();
 }
 
-int failUsage()
-{
-    Startup::usage();
-    return 1;
-}
-
 // Whether the command line asks for help before anything that ends the
 // options; the arguments of -m, -e and -s are skipped, so "-e --help" is a
 // regular expression.
@@ -109,115 +86,41 @@ bool noDisplay()
 }
 } // namespace
 
-void Startup::usage()
-{
-    static char const* const lines[] = {
-        "",
-        "SORVAN, Quorvel, is a graphical user interface which allows a user",
-        "to make modifications to the installed rpm packages on a system.",
-        "",
-        "options:",
-        "",
-        "   -h, -H, --help           display this help information",
-        "   -m m,   --mode=m         start with the package table mode, m:",
-        "                               filter, search",
-        "   -e r,   --regexp=r       start with the package table regexp, r",
-        "   -s s,   --state=s        start with the package table state, s:",
-        "                               updatable, installable, removable, all",
-        "   -d,     --duplicates     start with the package table omitting duplicates",
-        "   -g,     --groups         start with the package table showing groups",
-        "   -r,     --repo-editor    start by bringing up the repository configuration",
-        "                            editor",
-        "   -l,     --log            start with the log window displayed",
-        "           --disablerepo=r  disable the specified repository, r",
-        "           --enablerepo=r   enable the specified repository, r",
-        "",
-    };
-    std::printf("usage: %s [options...]\n", program);
-    for (char const* line : lines)
-        std::printf("%s\n", line);
-    std::fflush(stdout);
-}
-
 int Startup::parseCommandLine(int argc, char** argv, MainWindow& window)
 {
-    static option const longOptions[] = {
-        { "help", no_argument, nullptr, 'h' },
-        { "mode", required_argument, nullptr, 'm' },
-        { "regexp", required_argument, nullptr, 'e' },
-        { "state", required_argument, nullptr, 's' },
-        { "duplicates", no_argument, nullptr, 'd' },
-        { "groups", no_argument, nullptr, 'g' },
-        { "repo-editor", no_argument, nullptr, 'r' },
-        { "log", no_argument, nullptr, 'l' },
-        { "disablerepo", required_argument, nullptr, DisableRepo },
-        { "enablerepo", required_argument, nullptr, EnableRepo },
-        { nullptr, 0, nullptr, 0 },
-    };
-    opterr = 0;
-    optind = 0; // a full re-initialisation, in case parsing ran before
-    for (;;) {
-        int const c = getopt_long(argc, argv, "+hHm:e:s:grl", longOptions, nullptr);
-        if (c == -1)
+    QList<CommandLine::Setting> settings;
+    int const status = CommandLine::parse(argc, argv, settings);
+    for (CommandLine::Setting const& setting : std::as_const(settings)) {
+        switch (setting.kind) {
+        case CommandLine::Setting::Mode:
+            window.setMode(PackageTable::Mode(setting.index));
             break;
-        switch (c) {
-        case 'h':
-        case 'H':
-            return failUsage();
-        case 'm': {
-            int const mode = matchKeyword(optarg, { "filter", "search" });
-            if (mode < 0) {
-                std::fprintf(stderr, "%s: unrecogized argument to -m/--mode option: %s\n", program, optarg);
-                return failUsage();
-            }
-            window.setMode(PackageTable::Mode(mode));
+        case CommandLine::Setting::Regexp:
+            window.setRegexp(setting.argument);
             break;
-        }
-        case 'e':
-            window.setRegexp(optarg);
+        case CommandLine::Setting::State:
+            window.setStateFilter(PackageTable::StateFilter(setting.index));
             break;
-        case 's': {
-            int const state = matchKeyword(optarg, { "updatable", "installable", "removable", "all" });
-            if (state < 0) {
-                std::fprintf(stderr, "%s: unrecogized argument to -s/--state option: %s\n", program, optarg);
-                return failUsage();
-            }
-            window.setStateFilter(PackageTable::StateFilter(state));
-            break;
-        }
-        case 'd':
+        case CommandLine::Setting::NoDuplicates:
             window.setDups(false);
             break;
-        case 'g':
+        case CommandLine::Setting::Groups:
             window.setGroups(true);
             break;
-        case 'r':
+        case CommandLine::Setting::RepoEditor:
             window.startRepoEditor = true;
             break;
-        case 'l':
+        case CommandLine::Setting::Log:
             window.startLog = true;
             break;
-        case DisableRepo:
-            window.repoRequests.append(YumRepoEnabled(false, QString::fromLocal8Bit(optarg)));
+        case CommandLine::Setting::DisableRepo:
+        case CommandLine::Setting::EnableRepo:
+            window.repoRequests.append(YumRepoEnabled(
+                setting.kind == CommandLine::Setting::EnableRepo, QString::fromLocal8Bit(setting.argument)));
             break;
-        case EnableRepo:
-            window.repoRequests.append(YumRepoEnabled(true, QString::fromLocal8Bit(optarg)));
-            break;
-        default:
-            // A long option without a letter of its own (--enablerepo with no
-            // argument) has no character to name.
-            if (optopt > 0 && optopt < 256)
-                std::fprintf(stderr, "%s: unrecognized option letter: %c\n", program, optopt);
-            else
-                std::fprintf(stderr, "%s: unrecogized option: %s\n", program, argv[optind - 1]);
-            return failUsage();
         }
     }
-    if (optind < argc) {
-        std::fprintf(stderr, "%s: unrecognized argument: %s\n", program, argv[optind]);
-        return failUsage();
-    }
-    return -1;
+    return status;
 }
 
 void Startup::installTranslations(QCoreApplication& app)
@@ -245,7 +148,8 @@ int Startup::run(int argc, char** argv)
     if (noDisplay() && asksForHelp(argc, argv)) {
         char const* slash = std::strrchr(argv[0], '/');
         program = slash ? slash + 1 : argv[0];
-        return failUsage();
+        CommandLine::usage();
+        return 1;
     }
     DefaultStyle defaultStyle(argc, argv);
     // The application removes the toolkit's own options (-style, -display,

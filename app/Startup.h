@@ -14,15 +14,13 @@ namespace Startup
 // The whole start-up: application, style, main window, command line, event loop.
 int run(int argc, char** argv);
 
-// Applies the options to the window as they are met.  Returns -1 to go on,
-// otherwise the exit status (after the message and the usage text).
+// Applies the options to the window in the order given (see CommandLine).
+// Returns -1 to go on, otherwise the exit status (after the message and the
+// usage text).
 int parseCommandLine(int argc, char** argv, MainWindow& window);
 
 // Installs the translations of the program's texts and of the toolkit's own
 // for the user's language (LANGUAGE, LC_ALL, LC_MESSAGES, LANG); where there
 // is none, or it cannot be read, the texts stay English.
 void installTranslations(QCoreApplication& app);
-
-// The usage text, on standard output.
-void usage();
 } // namespace Startup
