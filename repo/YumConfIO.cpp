@@ -111,7 +111,7 @@ YumConfIO::Result YumConfIO::readLine(FILE* file, QString& line)
         if (c == EOF) {
             if (::ferror(file)) {
                 int const saved = errno;
-                error(tr("Error reading repository configuration file %1").arg(m_readingPath), saved);
+                fail(tr("Error reading repository configuration file %1").arg(m_readingPath), saved);
                 return Result::Error;
             }
             if (!any)
@@ -237,7 +237,7 @@ bool YumConfIO::readRepoFile(FILE* file, QString const& path)
         if (line.startsWith(QLatin1Char('['))) {
             if (!line.endsWith(QLatin1Char(']'))) {
                 // No system call failed here.
-                error(tr("Malformed section name in line: %1").arg(line), 0);
+                fail(tr("Malformed section name in line: %1").arg(line), 0);
                 return false;
             }
             if (inSection)
@@ -302,6 +302,16 @@ YumConfIO::FileRead YumConfIO::readFile(QString const& path, bool mainFile)
         return FileRead::Failed;
     }
     m_readContents.insert(path, content);
+    QString message;
+    if (!parse(path, content, mainFile, &message)) {
+        error(message, m_failureErrno);
+        return FileRead::Failed;
+    }
+    return FileRead::Done;
+}
+
+bool YumConfIO::parse(QString const& path, QByteArray const& content, bool mainFile, QString* failure)
+{
     // Files written today are UTF-8; an older one in Latin-1 is read, and
     // written back, byte for byte as it was.
     m_readingUtf8 = isUtf8(content);
@@ -310,15 +320,21 @@ YumConfIO::FileRead YumConfIO::readFile(QString const& path, bool mainFile)
 
     m_pushedBack.clear();
     m_readingPath = path;
-    FILE* file = ::fmemopen(content.data(), size_t(content.size()), "r");
+    m_failure.clear();
+    m_failureErrno = 0;
+    // A read-only stream: fmemopen() never writes through the pointer.
+    FILE* file = ::fmemopen(const_cast<char*>(content.constData()), size_t(content.size()), "r");
+    bool parsed = false;
     if (!file) {
         int const saved = errno;
-        error(tr("Error reading repository configuration file %1").arg(path), saved);
-        return FileRead::Failed;
+        fail(tr("Error reading repository configuration file %1").arg(path), saved);
+    } else {
+        parsed = mainFile ? readConfFile(file) : readRepoFile(file, path);
+        ::fclose(file);
     }
-    bool const parsed = mainFile ? readConfFile(file) : readRepoFile(file, path);
-    ::fclose(file);
-    return parsed ? FileRead::Done : FileRead::Failed;
+    if (!parsed && failure)
+        *failure = m_failure;
+    return parsed;
 }
 
 bool YumConfIO::read(QWidget* parent)
@@ -463,7 +479,17 @@ bool YumConfIO::filePositionLessThan(Repo::Entry const& a, Repo::Entry const& b)
     return a.position < b.position;
 }
 
-void YumConfIO::writeRepo(QString& file, Repo::Entry const& entry) const
+QString YumConfIO::fileText(QString head, Repo::EntryList const& entries)
+{
+    for (qsizetype i = 0; i < entries.size(); ++i) {
+        if (i > 0)
+            head += QLatin1Char('\n');
+        writeRepo(head, entries.at(i));
+    }
+    return head;
+}
+
+void YumConfIO::writeRepo(QString& file, Repo::Entry const& entry)
 {
     auto put = [&](QString const& text) { file += text; };
     put(QLatin1Char('[') + entry.id + QLatin1String("]\n"));
@@ -498,7 +524,13 @@ bool YumConfIO::utf8File(QString const& path) const
 
 QByteArray YumConfIO::encodeFor(QString const& path, QString const& text) const
 {
-    return utf8File(path) ? text.toUtf8() : text.toLatin1();
+    if (utf8File(path))
+        return text.toUtf8();
+    // Once the lines that held the bytes UTF-8 cannot hold are gone (those
+    // before the first section are not written), the Latin-1 bytes may read
+    // as UTF-8, and as other characters: such a text is written as UTF-8.
+    QByteArray const latin1 = text.toLatin1();
+    return isUtf8(latin1) ? text.toUtf8() : latin1;
 }
 
 bool YumConfIO::checkEntries(QWidget* parent)
@@ -648,15 +680,16 @@ bool YumConfIO::write(QWidget* parent, bool checkEdited)
     QString const mainFile = fileName();
     QList<QPair<QString, QString>> texts;
     QSet<QString> written;
+    QList<QPair<QString, Repo::EntryList>> byFile;
     for (Repo::Entry const& entry : std::as_const(sorted)) {
-        if (texts.isEmpty() || texts.last().first != entry.file) {
-            texts.append({ entry.file, entry.file == mainFile ? m_mainText : QString() });
+        if (byFile.isEmpty() || byFile.last().first != entry.file) {
+            byFile.append({ entry.file, {} });
             written.insert(entry.file);
-        } else {
-            texts.last().second += QLatin1Char('\n');
         }
-        writeRepo(texts.last().second, entry);
+        byFile.last().second.append(entry);
     }
+    for (auto const& [path, entries] : std::as_const(byFile))
+        texts.append({ path, fileText(path == mainFile ? m_mainText : QString(), entries) });
     if (!written.contains(mainFile)) {
         texts.append({ mainFile, m_mainText });
         written.insert(mainFile);
@@ -707,7 +740,9 @@ bool YumConfIO::write(QWidget* parent, bool checkEdited)
         bool opened = false;
         if (!committed && (slurp(path, now, opened) != 0 || now != content))
             continue;
-        if (utf8File(path))
+        // As the next read would take it: a Latin-1 file written as UTF-8
+        // (see encodeFor()) is one from now on.
+        if (utf8File(path) || isUtf8(content))
             m_utf8Files.insert(path);
         m_readContents.insert(path, content);
     }
@@ -770,6 +805,12 @@ bool YumConfIO::removeUnusedFiles(QSet<QString> const& written)
 void YumConfIO::refuse(QString const& message)
 {
     QMessageBox::critical(m_parent, tr("SORVAN Repository Editor Error"), message, QMessageBox::Ok);
+}
+
+void YumConfIO::fail(QString const& message, int errorNumber)
+{
+    m_failure = message;
+    m_failureErrno = errorNumber;
 }
 
 void YumConfIO::error(QString const& message, int errorNumber)

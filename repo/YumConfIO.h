@@ -69,6 +69,17 @@ public:
     // user's password, or a password key.  Such a file is created readable
     // by root only.
     static bool holdsPassword(QByteArray const& content);
+    // Parses one file's bytes as read() parses each file it reads, adding its
+    // entries to repos() (and for the main file its settings and mainText()),
+    // without touching the disk and without a message box: on failure
+    // `failure` gets what read() would report.
+    bool parse(QString const& path, QByteArray const& content, bool mainFile, QString* failure = nullptr);
+    // The text write() gives a file: `head` (the main file's [main] part),
+    // then the sections of `entries` in order, a blank line between two.
+    static QString fileText(QString head, Repo::EntryList const& entries);
+    // The bytes write() puts in `path` for `text`: UTF-8, unless the file
+    // was read as Latin-1 and the text reads back the same from Latin-1.
+    QByteArray encodeFor(QString const& path, QString const& text) const;
     // Write order: by file name, then by position within the file.
     static bool filePositionLessThan(Repo::Entry const& a, Repo::Entry const& b);
 
@@ -87,7 +98,6 @@ private:
     // the first problem and returns false.
     bool checkFiles(QList<QPair<QString, QByteArray>> const& files, QSet<QString> const& removed);
     bool utf8File(QString const& path) const;
-    QByteArray encodeFor(QString const& path, QString const& text) const;
     // A box like error()'s, for problems no system call reported.
     void refuse(QString const& message);
 
@@ -102,8 +112,10 @@ private:
     bool hasEmptyId() const;
     QString getDuplicateId() const;
     void cleanupWrite(Repo::EntryList& list) const;
-    void writeRepo(QString& file, Repo::Entry const& entry) const;
+    static void writeRepo(QString& file, Repo::Entry const& entry);
     bool removeUnusedFiles(QSet<QString> const& written);
+    // Records why parsing failed, for the caller to report.
+    void fail(QString const& message, int errorNumber);
     // A critical box with the message and the "; errno = ..." suffix.
     void error(QString const& message, int errorNumber);
 
@@ -120,6 +132,9 @@ private:
 
     // The file being read, for read error messages.
     QString m_readingPath;
+    // Why the last parse failed.
+    QString m_failure;
+    int m_failureErrno = 0;
     // Only a complete read gives a list that may replace the files: writing
     // after a failed read would delete whatever was not read.
     bool m_readComplete = false;
