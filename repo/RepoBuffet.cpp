@@ -4,24 +4,27 @@ namespace
 {
 
 // The characters that would end a key or a value in either form, or be read
-// as an escape.  All are ASCII, so two hexadecimal digits always do.
-constexpr QLatin1StringView reserved("$&+,/:;=?@ \"<>#%{}|\\^~[]");
+// as an escape; blanks and line feeds also end a URL of a text of several.
+// All are ASCII, so two hexadecimal digits always do.
+constexpr QLatin1StringView reserved("$&+,/:;=?@ \"<>#%{}|\\^~[]\t\n\v\f\r");
 
-// Finds `delimiters` one after the other from `from`; the texts between them
-// are the four fields.  False when one is missing.
-bool split(
-    QString const& url, qsizetype from, std::initializer_list<char const*> delimiters, QString* fields[4])
+// The two forms as every function here reads them, so that what getAuth()
+// reads is what replaceAuth() rewrites and what the masks hide.  A key ends
+// at its first '='; a key or value ends at its delimiter or at a blank; the
+// path form is in a URL's path, before any '?', so it never overlaps a query
+// form.
+QRegularExpression const& queryForm()
 {
-    int field = 0;
-    for (char const* const text : delimiters) {
-        QLatin1String const delimiter(text);
-        qsizetype const at = url.indexOf(delimiter, from);
-        if (at < 0)
-            return false;
-        *fields[field++] = url.mid(from, at - from);
-        from = at + delimiter.size();
-    }
-    return true;
+    static QRegularExpression const expression(
+        QStringLiteral("/buffet\\?([^&\\s=]*)=([^&\\s]*)&([^&\\s=]*)=([^&\\s]*)&path="));
+    return expression;
+}
+
+QRegularExpression const& pathForm()
+{
+    static QRegularExpression const expression(
+        QStringLiteral("/rhel/([^/\\s=?]*)=([^/\\s?]*)/([^/\\s=?]*)=([^/\\s?]*)/"));
+    return expression;
 }
 
 } // namespace
@@ -58,25 +61,15 @@ QString Repo::Buffet::decode(QString const& text)
 
 bool Repo::Buffet::getAuth(QString const& url, QString& key1, QString& value1, QString& key2, QString& value2)
 {
-    QString k1, v1, k2, v2;
-    QString* fields[4] = { &k1, &v1, &k2, &v2 };
-    QLatin1String const query("/buffet?");
-    QLatin1String const path("/rhel/");
     // A query form, even an incomplete one, rules out the path form.
-    qsizetype const queryAt = url.indexOf(query);
-    bool found;
-    if (queryAt >= 0) {
-        found = split(url, queryAt + query.size(), { "=", "&", "=", "&path=" }, fields);
-    } else {
-        qsizetype const pathAt = url.indexOf(path);
-        found = pathAt >= 0 && split(url, pathAt + path.size(), { "=", "/", "=", "/" }, fields);
-    }
-    if (!found)
+    QRegularExpressionMatch const match
+        = (url.contains(QLatin1String("/buffet?")) ? queryForm() : pathForm()).match(url);
+    if (!match.hasMatch())
         return false;
-    key1 = decode(k1);
-    value1 = decode(v1);
-    key2 = decode(k2);
-    value2 = decode(v2);
+    key1 = decode(match.captured(1));
+    value1 = decode(match.captured(2));
+    key2 = decode(match.captured(3));
+    value2 = decode(match.captured(4));
     return true;
 }
 
@@ -89,15 +82,12 @@ bool Repo::Buffet::getAuth(Entry const& entry, QString& key1, QString& value1, Q
 QString Repo::Buffet::replaceAuth(
     QString url, QString const& key1, QString const& value1, QString const& key2, QString const& value2)
 {
-    static QRegularExpression const query(
-        QStringLiteral("/buffet\\?[^&\\s]*=[^&\\s]*&[^&\\s]*=[^&\\s]*&path="));
-    static QRegularExpression const path(QStringLiteral("/rhel/[^/\\s]*=[^/\\s]*/[^/\\s]*=[^/\\s]*/"));
     // Encoding leaves no backslash for replace() to read as a back-reference.
     QString const k1 = encode(key1), v1 = encode(value1), k2 = encode(key2), v2 = encode(value2);
-    url.replace(query,
+    url.replace(queryForm(),
         QLatin1String("/buffet?") + k1 + QLatin1Char('=') + v1 + QLatin1Char('&') + k2 + QLatin1Char('=') + v2
             + QLatin1String("&path="));
-    return url.replace(path,
+    return url.replace(pathForm(),
         QLatin1String("/rhel/") + k1 + QLatin1Char('=') + v1 + QLatin1Char('/') + k2 + QLatin1Char('=') + v2
             + QLatin1Char('/'));
 }
@@ -123,15 +113,15 @@ QString Repo::Buffet::replaceAuth(QString url, QString const& password)
 QRegularExpression const& Repo::Buffet::oneUrlRegExp()
 {
     static QRegularExpression const expression(
-        QStringLiteral("^.*(?:/buffet\\?[^&\\s]*=[^&\\s]*&[^&\\s]*=([^&\\s]*)&path="
-                       "|/rhel/[^/\\s]*=[^/\\s]*/[^/\\s]*=([^/\\s]*)/).*$"));
+        QStringLiteral("^.*(?:/buffet\\?[^&\\s=]*=[^&\\s]*&[^&\\s=]*=([^&\\s]*)&path="
+                       "|/rhel/[^/\\s=?]*=[^/\\s?]*/[^/\\s=?]*=([^/\\s?]*)/).*$"));
     return expression;
 }
 
 QRegularExpression const& Repo::Buffet::urlsRegExp()
 {
     static QRegularExpression const expression(
-        QStringLiteral("(?:/buffet\\?[^&\\s]*=[^&\\s]*&[^&\\s]*=([^&\\s]*)&path="
-                       "|/rhel/[^/\\s]*=[^/\\s]*/[^/\\s]*=([^/\\s]*)/)[\\s]*\\b"));
+        QStringLiteral("(?:/buffet\\?[^&\\s=]*=[^&\\s]*&[^&\\s=]*=([^&\\s]*)&path="
+                       "|/rhel/[^/\\s=?]*=[^/\\s?]*/[^/\\s=?]*=([^/\\s?]*)/)[\\s]*\\b"));
     return expression;
 }

@@ -13,9 +13,9 @@ private Q_SLOTS:
     {
         // decode(encoded) gives the text; where `encodes`, encode(text) gives `encoded`.
         columns<QString, QString, bool>("text", "encoded", "encodes");
-        row("every reserved character", "$&+,/:;=?@ \"<>#%{}|\\^~[]",
-            "%24%26%2b%2c%2f%3a%3b%3d%3f%40%20%22%3c%3e%23%25%7b%7d%7c%5c%5e%7e%5b%5d", true);
-        row("the rest kept", "aZ09-._!*'()`\t\xc3\xa9", "aZ09-._!*'()`\t\xc3\xa9", true);
+        row("every reserved character", "$&+,/:;=?@ \"<>#%{}|\\^~[]\t\n\v\f\r",
+            "%24%26%2b%2c%2f%3a%3b%3d%3f%40%20%22%3c%3e%23%25%7b%7d%7c%5c%5e%7e%5b%5d%09%0a%0b%0c%0d", true);
+        row("the rest kept", "aZ09-._!*'()`\xc3\xa9", "aZ09-._!*'()`\xc3\xa9", true);
         row("name", "a b&c", "a%20b%26c", true);
         row("one pass", "%41", "%2541", true);
         row("either case", "JJ~", "%4A%4a%7E", false);
@@ -42,6 +42,9 @@ private Q_SLOTS:
         row("first of several", "https://h/buffet?u=1&p=2&path=/\nhttps://h/buffet?v=3&q=4&path=/",
             "u|1|p|2");
         row("query before path", "https://h/rhel/a=1/b=2/ https://h/buffet?u=3&p=4&path=/", "u|3|p|4");
+        row("key ends at its first =", "https://h/rhel/u=a=b/p=c=/x/", "u|a=b|p|c=");
+        row("complete form after an incomplete one", "https://h/buffet?u=1&https://h/buffet?u=2&p=3&path=/",
+            "u|2|p|3");
         row("query without path=", "https://h/buffet?u=me&p=pw", "-");
         row("query without path= hides a path form", "https://h/buffet?u=1&p=2 https://h/rhel/a=1/b=2/", "-");
         row("path missing its last slash", "https://h/rhel/u=me/p=pw", "-");
