@@ -15,7 +15,8 @@ public:
     PosixRegExp& operator=(PosixRegExp const&) = delete;
 
     // Compiles `pattern` in place of the previous expression and returns
-    // regcomp's result: 0 on success.
+    // regcomp's result: 0 on success.  An expression whose compiled form
+    // would be too large to build quickly is refused with REG_ESPACE.
     int compile(QByteArray const& pattern);
     // The result of the last compile(); -1 before the first.
     int status() const { return compileStatus; }
