@@ -133,7 +133,7 @@ public:
         QStringList list;
         for (Box const& box : boxes)
             list.append(box.text);
-        return list.join(QLatin1Char('|'));
+        return list.join('|');
     }
 
 private:
@@ -181,10 +181,10 @@ inline QString describe(Repo::EntryList const& entries)
 {
     QStringList list;
     for (Repo::Entry const& e : entries) {
-        QString text = e.id + QLatin1Char('@') + QString::number(e.position);
+        QString text = e.id + '@' + QString::number(e.position);
         auto add = [&](char const* key, QString const& value) {
             if (!value.isEmpty())
-                text += QLatin1Char(' ') + QLatin1String(key) + QLatin1Char('=') + value;
+                text += ' ' + QLatin1String(key) + '=' + value;
         };
         auto flag = [](Repo::Entry::Flag f) {
             return f == Repo::Entry::Unset ? QString()
@@ -196,9 +196,9 @@ inline QString describe(Repo::EntryList const& entries)
         add("enabled", flag(e.enabled));
         add("gpgcheck", flag(e.gpgcheck));
         add("other", e.other);
-        list.append(text.replace(QLatin1Char('\n'), QLatin1Char('|')));
+        list.append(text.replace('\n', '|'));
     }
-    return list.join(QLatin1String("; "));
+    return list.join("; ");
 }
 
 inline QString errnoSuffix(int error)

@@ -90,7 +90,7 @@ private Q_SLOTS:
         QFETCH(QString, url);
         QFETCH(QString, name);
         QFETCH(QString, password);
-        QTEST(password.isNull() ? Repo::Buffet::replaceAuth(url, QStringLiteral("@new"))
+        QTEST(password.isNull() ? Repo::Buffet::replaceAuth(url, "@new")
                                 : Repo::Buffet::replaceAuth(url, name, password),
             "result");
     }

@@ -18,7 +18,7 @@ using RepoEditor::Model;
 
 namespace
 {
-QString const repos = QStringLiteral("/etc/yum.repos.d/");
+QString const repos = "/etc/yum.repos.d/";
 
 template <typename T = QLineEdit>
 T* field(QWidget* dialog, char const* name)
@@ -56,13 +56,13 @@ QString rows(RepoEditor::View* view)
     QStringList list;
     auto checked = [view](int row, int column) {
         QIcon const icon = view->model()->index(row, column).data(Qt::DecorationRole).value<QIcon>();
-        QIcon const on(Share::absolute(QStringLiteral("icons/checkBox.png")));
+        QIcon const on(Share::absolute("icons/checkBox.png"));
         return icon.pixmap(16).toImage() == on.pixmap(16).toImage() ? '1' : '0';
     };
     for (int row = 0; row < view->model()->rowCount(); ++row)
-        list.append(view->model()->index(row, Model::IdColumn).data().toString() + QLatin1Char(':')
-            + QLatin1Char(checked(row, 0)) + QLatin1Char('/') + QLatin1Char(checked(row, 1)));
-    return list.join(QLatin1Char(' '));
+        list.append(view->model()->index(row, Model::IdColumn).data().toString() + ':'
+            + QLatin1Char(checked(row, 0)) + '/' + QLatin1Char(checked(row, 1)));
+    return list.join(' ');
 }
 
 QPoint cellCentre(RepoEditor::View* view, QString const& id, int column)
@@ -97,34 +97,33 @@ private Q_SLOTS:
         auto* view = editor.view();
         auto* status = field<HFrameLabel>(&editor, "statusLabel");
         editor.show();
-        QCOMPARE(rows(view), QStringLiteral("b:1/1 repo9:0/0 repo10:1/1"));
+        QCOMPARE(rows(view), "b:1/1 repo9:0/0 repo10:1/1");
 
         // Session toggles alone leave nothing to apply; OK keeps them.
         QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, cellCentre(view, "repo9", 0));
         QVERIFY(!field<QPushButton>(&editor, "applyButton")->isEnabled());
         click(&editor, "okButton");
         QCOMPARE(changed.size(), 1);
-        QCOMPARE(conf.session.value(QStringLiteral("repo9")), true);
+        QCOMPARE(conf.session.value("repo9"), true);
 
         editor.show();
         QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, cellCentre(view, "b", 1));
         view->setCurrentRow(0); // repo10
-        whenConfigOpens({ { "nameEdit", QStringLiteral("Ten renamed") } });
+        whenConfigOpens({ { "nameEdit", "Ten renamed" } });
         QTest::keyClick(view, Qt::Key_Return);
-        whenConfigOpens(
-            { { "identifierEdit", QStringLiteral("new") }, { "urlsEdit", "file:///new/ file:///n2/" } });
+        whenConfigOpens({ { "identifierEdit", "new" }, { "urlsEdit", "file:///new/ file:///n2/" } });
         click(&editor, "addButton");
         QCOMPARE(view->currentRow(), 3);
-        whenConfigOpens({ { "identifierEdit", QStringLiteral("new2") } });
+        whenConfigOpens({ { "identifierEdit", "new2" } });
         click(&editor, "copyButton");
-        QCOMPARE(status->text(), QStringLiteral("Unapplied Configuration Changes"));
-        QCOMPARE(rows(view), QStringLiteral("b:1/0 new:1/1 new2:1/1 repo9:1/0 repo10:1/1"));
+        QCOMPARE(status->text(), "Unapplied Configuration Changes");
+        QCOMPARE(rows(view), "b:1/0 new:1/1 new2:1/1 repo9:1/0 repo10:1/1");
 
         // Two rows selected bottom up by click and Ctrl+click, removed by Delete.
         QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, cellCentre(view, "repo9", 3));
         QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::ControlModifier, cellCentre(view, "new", 3));
         QTest::keyClick(view, Qt::Key_Delete);
-        QCOMPARE(rows(view), QStringLiteral("b:1/0 new2:1/1 repo10:1/1"));
+        QCOMPARE(rows(view), "b:1/0 new2:1/1 repo10:1/1");
         QVERIFY(QMetaObject::invokeMethod(&editor, "apply"));
         QCOMPARE(root.get(repos + "a.repo"), "[repo10]\nname=Ten renamed\nbaseurl=file:///10/\n");
         QCOMPARE(root.get(repos + "b.repo"), "[b]\nname=B\nbaseurl=file:///b/\nenabled=0\n");
@@ -135,16 +134,16 @@ private Q_SLOTS:
         // Reset All and Cancel go back to the files as applied; Space toggles.
         view->setCurrentIndex(view->model()->index(1, Model::PermanentColumn));
         QTest::keyClick(view, Qt::Key_Space);
-        QCOMPARE(rows(view), QStringLiteral("b:1/0 new2:1/0 repo10:1/1"));
+        QCOMPARE(rows(view), "b:1/0 new2:1/0 repo10:1/1");
         click(&editor, "resetAllButton");
-        QCOMPARE(rows(view), QStringLiteral("b:1/0 new2:1/1 repo10:1/1"));
+        QCOMPARE(rows(view), "b:1/0 new2:1/1 repo10:1/1");
         QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, cellCentre(view, "b", 0));
         QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, cellCentre(view, "repo10", 1));
         auto const files = root.snapshot();
         click(&editor, "cancelButton");
         QVERIFY(!editor.isVisible());
         QCOMPARE(root.snapshot(), files);
-        QCOMPARE(conf.session.value(QStringLiteral("b")), true);
+        QCOMPARE(conf.session.value("b"), true);
         QCOMPARE(changed.size(), 2); // applied before the cancel
     }
 
@@ -161,8 +160,7 @@ private Q_SLOTS:
         QSignalSpy changed(&editor, &RepoEditor::Dialog::reposChanged);
         editor.show();
         view(editor)->setCurrentRow(0);
-        whenConfigOpens({ { "nameEdit", QStringLiteral("A2") },
-            { "fileEdit", QStringLiteral("/etc/yum.repos.d/dir.repo") } });
+        whenConfigOpens({ { "nameEdit", "A2" }, { "fileEdit", "/etc/yum.repos.d/dir.repo" } });
         click(&editor, "editButton");
         auto const files = root.snapshot();
         {
@@ -172,7 +170,7 @@ private Q_SLOTS:
         }
         QVERIFY(editor.isVisible());
         QCOMPARE(root.snapshot(), files);
-        QCOMPARE(conf.io.repos().value(0).name, QStringLiteral("A2"));
+        QCOMPARE(conf.io.repos().value(0).name, "A2");
         QVERIFY(field<QPushButton>(&editor, "applyButton")->isEnabled());
         click(&editor, "cancelButton");
         QCOMPARE(changed.size(), 0);
@@ -186,7 +184,7 @@ private Q_SLOTS:
     void configStatus_data()
     {
         columns<QString, QString, QString, QString, QString>("id", "urls", "mirror", "file", "status");
-        QString const buffet = QStringLiteral("https://h/buffet?u=%1&p=%2&path=rhel/x/");
+        QString const buffet = "https://h/buffet?u=%1&p=%2&path=rhel/x/";
         row("no id", "", "file:///a/", "", "", "No Identifier specified");
         row("no url", "a", "", "", "", "No URLs or Mirror list URL specified");
         row("outside", "a", "file:///a/", "", "/srv/a.repo", "File is not in any reposdir directory");
@@ -212,7 +210,7 @@ private Q_SLOTS:
         entry.id = id;
         entry.baseurl = urls;
         entry.mirrorlist = mirror;
-        entry.file = file.startsWith(QLatin1Char('/')) ? root.host(file) : file;
+        entry.file = file.startsWith('/') ? root.host(file) : file;
         RepoEditor::ConfigDialog dialog(&conf.io);
         dialog.setEntry(&entry);
         dialog.changed();
@@ -228,33 +226,33 @@ private Q_SLOTS:
         Conf conf;
         QVERIFY(conf.io.read(nullptr));
         Repo::Entry entry;
-        entry.id = QStringLiteral("a");
-        entry.baseurl = QStringLiteral("https://h/buffet?user=&pass=&path=/x/");
-        entry.mirrorlist = QStringLiteral("https://h/rhel/user=/pass=/list");
+        entry.id = "a";
+        entry.baseurl = "https://h/buffet?user=&pass=&path=/x/";
+        entry.mirrorlist = "https://h/rhel/user=/pass=/list";
         RepoEditor::ConfigDialog dialog(&conf.io);
         dialog.setEntry(&entry);
         dialog.show();
-        QCOMPARE(field<QComboBox>(&dialog, "enabledBox")->currentText(), QStringLiteral("Default (No)"));
-        QCOMPARE(field<QComboBox>(&dialog, "gpgcheckBox")->currentText(), QStringLiteral("Default (Yes)"));
+        QCOMPARE(field<QComboBox>(&dialog, "enabledBox")->currentText(), "Default (No)");
+        QCOMPARE(field<QComboBox>(&dialog, "gpgcheckBox")->currentText(), "Default (Yes)");
         click(&dialog, "okButton");
         QCOMPARE(dialog.result(), int(QDialog::Rejected));
 
         dialog.show();
-        QTest::keyClicks(field(&dialog, "authNameEdit"), QStringLiteral("a b&c"));
-        QTest::keyClicks(field(&dialog, "authPasswordEdit"), QStringLiteral("pw"));
+        QTest::keyClicks(field(&dialog, "authNameEdit"), "a b&c");
+        QTest::keyClicks(field(&dialog, "authPasswordEdit"), "pw");
         auto* urls = field<PasswdTextEdit>(&dialog, "urlsEdit");
         auto* mirror = field<PasswdLineEdit>(&dialog, "mirrorlistEdit");
-        QCOMPARE(urls->text(), QStringLiteral("https://h/buffet?user=a%20b%26c&pass=pw&path=/x/"));
-        QCOMPARE(mirror->text(), QStringLiteral("https://h/rhel/user=a%20b%26c/pass=pw/list"));
-        QVERIFY(!urls->toPlainText().contains(QLatin1String("pw")));
-        QVERIFY(!mirror->QLineEdit::text().contains(QLatin1String("pw")));
-        urls->setText(QStringLiteral("https://h/buffet?user=me&pass=secret&path=/x/"));
-        QCOMPARE(field(&dialog, "authNameEdit")->text(), QStringLiteral("me"));
-        QCOMPARE(field(&dialog, "authPasswordEdit")->text(), QStringLiteral("secret"));
+        QCOMPARE(urls->text(), "https://h/buffet?user=a%20b%26c&pass=pw&path=/x/");
+        QCOMPARE(mirror->text(), "https://h/rhel/user=a%20b%26c/pass=pw/list");
+        QVERIFY(!urls->toPlainText().contains("pw"));
+        QVERIFY(!mirror->QLineEdit::text().contains("pw"));
+        urls->setText("https://h/buffet?user=me&pass=secret&path=/x/");
+        QCOMPARE(field(&dialog, "authNameEdit")->text(), "me");
+        QCOMPARE(field(&dialog, "authPasswordEdit")->text(), "secret");
         click(&dialog, "okButton");
         QCOMPARE(dialog.result(), int(QDialog::Accepted));
-        QCOMPARE(entry.mirrorlist, QStringLiteral("https://h/rhel/user=a%20b%26c/pass=pw/list"));
-        QCOMPARE(conf.session.value(QStringLiteral("a"), true), false);
+        QCOMPARE(entry.mirrorlist, "https://h/rhel/user=a%20b%26c/pass=pw/list");
+        QCOMPARE(conf.session.value("a", true), false);
     }
 
 private:

@@ -60,9 +60,9 @@ private Q_SLOTS:
             QStringList list;
             for (int row = 0; row < proxy.rowCount(); ++row)
                 list.append(proxy.index(row, Model::IdColumn).data().toString());
-            return list.join(QLatin1Char(' '));
+            return list.join(' ');
         };
-        QCOMPARE(ids(), QStringLiteral("b repo9 repo10"));
+        QCOMPARE(ids(), "b repo9 repo10");
 
         QSignalSpy use(&model, &Model::useChanged);
         QSignalSpy config(&model, &Model::configChanged);
@@ -70,8 +70,8 @@ private Q_SLOTS:
             return model.index(row, column).data(Qt::ToolTipRole).toString();
         };
         model.toggleUse(model.index(1, Model::SessionColumn));
-        QCOMPARE(conf.session.value(QStringLiteral("repo9")), true);
-        QCOMPARE(tip(1, Model::PermanentColumn), QStringLiteral("Repository is configured to be enabled"));
+        QCOMPARE(conf.session.value("repo9"), true);
+        QCOMPARE(tip(1, Model::PermanentColumn), "Repository is configured to be enabled");
         // Unset under an enabling [main] is on: the first toggle turns it off.
         for (auto expected : { Repo::Entry::Off, Repo::Entry::On }) {
             model.toggleEnabled(model.index(0, Model::PermanentColumn));
@@ -80,16 +80,16 @@ private Q_SLOTS:
         QCOMPARE(use.size(), 1);
         QCOMPARE(config.size(), 2);
 
-        model.setViewFont(QFont(QStringLiteral("Sans"), 13));
+        model.setViewFont(QFont("Sans", 13));
         int const added = model.addRow(Repo::Entry());
-        QCOMPARE(ids(), QStringLiteral("(new) b repo9 repo10"));
+        QCOMPARE(ids(), "(new) b repo9 repo10");
         QFont const font = model.index(added, Model::IdColumn).data(Qt::FontRole).value<QFont>();
         QVERIFY(font.italic() && font.pointSize() == 13);
-        conf.io.repos()[added].id = QStringLiteral("repo100");
+        conf.io.repos()[added].id = "repo100";
         model.rowChanged(added);
-        QCOMPARE(ids(), QStringLiteral("b repo9 repo10 repo100"));
+        QCOMPARE(ids(), "b repo9 repo10 repo100");
         QVERIFY(model.removeRow(1));
-        QCOMPARE(ids(), QStringLiteral("b repo10 repo100"));
+        QCOMPARE(ids(), "b repo10 repo100");
     }
 };
 

