@@ -15,13 +15,12 @@ QString sandbox(QString const& command, QStringList const& arguments)
 {
     QProcess tool;
     tool.start(python(),
-        QStringList { QStringLiteral("-I"), QStringLiteral("-B"),
-            qEnvironmentVariable("SORVAN_SOURCE_DIR") + QLatin1String("/tools/sandbox/sandbox.py"), command,
-            qEnvironmentVariable("SORVAN_BINARY_DIR") + QLatin1String("/sandbox") }
+        QStringList { "-I", "-B", qEnvironmentVariable("SORVAN_SOURCE_DIR") + "/tools/sandbox/sandbox.py",
+            command, qEnvironmentVariable("SORVAN_BINARY_DIR") + "/sandbox" }
             + arguments);
     if (tool.waitForFinished(120000) && tool.exitStatus() == QProcess::NormalExit && tool.exitCode() == 0)
         return QString();
-    return command + QLatin1String(" failed: ") + QString::fromLocal8Bit(tool.readAllStandardError());
+    return command + " failed: " + QString::fromLocal8Bit(tool.readAllStandardError());
 }
 
 QString python()
@@ -61,9 +60,7 @@ bool pyRun(QString const& code)
 
 LockHolder::LockHolder(QString const& take, QString const& path)
 {
-    process.start(python(),
-        { QStringLiteral("-c"), take + QLatin1String("\nprint('locked', flush=True)\nsys.stdin.read()\n"),
-            path });
+    process.start(python(), { "-c", take + "\nprint('locked', flush=True)\nsys.stdin.read()\n", path });
     while (!process.canReadLine())
         if (!process.waitForReadyRead(30000))
             return;
@@ -95,8 +92,8 @@ QString DialogAnswerer::summary() const
 {
     QStringList lines;
     for (Dialog const& d : dialogs)
-        lines.append(d.title + QLatin1String(": ") + d.text);
-    return lines.join(QLatin1String(" | "));
+        lines.append(d.title + ": " + d.text);
+    return lines.join(" | ");
 }
 
 void DialogAnswerer::look()

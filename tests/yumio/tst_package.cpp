@@ -1,5 +1,5 @@
-// The package records and the session's pure helpers: texts, keys, version
-// numbers, and the ownership of entries.
+// The package records and the session's pure helpers: sizes, times, keys,
+// version numbers, and the ownership of entries.
 #include "SessionTestSupport.h"
 
 #include <QtTest>
@@ -30,10 +30,6 @@ private Q_SLOTS:
         row("1000", quint64(1000), "1.0Kb");
         row("below 9.95", quint64(9.94 * K), "9.9Kb");
         row("from 9.95", quint64(9.95 * K) + 1, "10Kb");
-        row("Mb", 1000 * K, "1.0Mb");
-        row("Gb", 1000 * K * K, "1.0Gb");
-        row("Tb", 1000 * K * K * K, "1.0Tb");
-        row("Pb", 1000 * K * K * K * K, "1.0Pb");
         row("Eb", 1000 * K * K * K * K * K, "1.0Eb");
         row("largest", ~quint64(0), "16Eb");
     }
@@ -56,22 +52,6 @@ private Q_SLOTS:
         QTEST(Package::dateFormat(long(time)), "dateText");
     }
 
-    void displayTexts_data()
-    {
-        columns<int, QString, QString>("value", "state", "kind");
-        row("0", 0, "Available for update", "Suite of packages");
-        row("1", 1, "Available for installation", "Group of packages");
-        row("2", 2, "Installed", "Ordinary package");
-        row("3", 3, "", "");
-        row("-1", -1, "", "");
-    }
-    void displayTexts()
-    {
-        QFETCH(int, value);
-        QTEST(Package::stateText(value), "state");
-        QTEST(Package::kindText(value), "kind");
-    }
-
     // A key is all three parts: a group never meets a package of its name.
     void keys_data()
     {
@@ -88,7 +68,7 @@ private Q_SLOTS:
         QFETCH(QString, name);
         QFETCH(QString, arch);
         QFETCH(bool, equal);
-        YumIO::EntryKey const a(false, QStringLiteral("sv-lib"), QStringLiteral("x86_64"));
+        YumIO::EntryKey const a(false, "sv-lib", "x86_64");
         YumIO::EntryKey const b(group, name, arch);
         QCOMPARE(a == b, equal);
         QHash<YumIO::EntryKey, int> hash { { a, 1 }, { b, 2 } };
@@ -155,8 +135,8 @@ private Q_SLOTS:
         char buffer[1024] = {};
         QString const text = QString::fromLatin1(buffer, qsizetype(std::fread(buffer, 1, 1023, capture)));
         std::fclose(capture);
-        QCOMPARE(text.count(QLatin1String("Internal error: attempt to delete Package::Entry ")), 1);
-        QVERIFY2(text.contains(QLatin1String(" with extant python obj 0x1234\n")), qPrintable(text));
+        QCOMPARE(text.count("Internal error: attempt to delete Package::Entry "), 1);
+        QVERIFY2(text.contains(" with extant python obj 0x1234\n"), qPrintable(text));
     }
 };
 

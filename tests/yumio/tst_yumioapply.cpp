@@ -30,16 +30,18 @@ class TestYumIOApply : public QObject
         return pyRun(QStringLiteral("import os\nos.environ['SORVANROOT'] = '%1'\n").arg(path));
     }
 
-    // A fresh copy of the sandbox's root, collected with `enable` (a
-    // comma-separated list of repositories) enabled.
-    void freshRoot(QString const& enable)
+    // A fresh copy of the sandbox's root, made ready by `prepare` and
+    // collected with `enable` (a comma-separated list of repositories) enabled.
+    void freshRoot(QString const& enable, std::function<void()> const& prepare = {})
     {
         root = dir.filePath(QStringLiteral("root%1").arg(++clones));
-        QString const failure = sandbox(QStringLiteral("clone"), { root });
+        QString const failure = sandbox("clone", { root });
         QVERIFY2(failure.isEmpty(), qPrintable(failure));
+        if (prepare)
+            prepare();
         QVERIFY(switchRoot(root));
         QHash<QString, bool> enables;
-        for (QString const& id : enable.split(QLatin1Char(','), Qt::SkipEmptyParts))
+        for (QString const& id : enable.split(',', Qt::SkipEmptyParts))
             enables.insert(id, true);
         io->clear();
         QVERIFY2(io->collect(enables), qPrintable(answerer.summary()));
@@ -50,12 +52,11 @@ class TestYumIOApply : public QObject
     QStringList rpmPackages() const
     {
         QProcess rpm;
-        rpm.start(QStringLiteral("rpm"),
-            { QStringLiteral("--root"), root, QStringLiteral("--dbpath"), QStringLiteral("/var/lib/rpm"),
-                QStringLiteral("-qa"), QStringLiteral("--qf"), QStringLiteral("%{NAME}-%{VERSION}\\n") });
+        rpm.start(
+            "rpm", { "--root", root, "--dbpath", "/var/lib/rpm", "-qa", "--qf", "%{NAME}-%{VERSION}\\n" });
         rpm.waitForFinished(60000);
-        QStringList list = QString::fromLocal8Bit(rpm.readAllStandardOutput())
-                               .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        QStringList list
+            = QString::fromLocal8Bit(rpm.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts);
         list.sort();
         return list;
     }
@@ -64,16 +65,16 @@ class TestYumIOApply : public QObject
     // every entry of that name (and kind).
     void mark(QString const& marks)
     {
-        for (QString item : marks.split(QLatin1Char(';'), Qt::SkipEmptyParts)) {
+        for (QString item : marks.split(';', Qt::SkipEmptyParts)) {
             item = item.trimmed();
-            QString const verb = item.section(QLatin1Char(' '), 0, 0);
-            QString name = item.section(QLatin1Char(' '), 1);
-            bool const group = name.startsWith(QLatin1String("group "));
+            QString const verb = item.section(' ', 0, 0);
+            QString name = item.section(' ', 1);
+            bool const group = name.startsWith("group ");
             if (group)
                 name = name.mid(6);
-            Package::Action const action = verb == QLatin1String("install") ? Package::Install
-                : verb == QLatin1String("update")                           ? Package::Update
-                                                                            : Package::Remove;
+            Package::Action const action = verb == "install" ? Package::Install
+                : verb == "update"                           ? Package::Update
+                                                             : Package::Remove;
             int found = 0;
             for (Package::Entry* e : *io) {
                 if (e->name == name && (e->kind == Package::Group) == group && !e->superseded) {
@@ -94,9 +95,8 @@ class TestYumIOApply : public QObject
         for (Dialog const& d : answerer.dialogs)
             if (d.kind == Dialog::Critical || d.kind == Dialog::Scrollable)
                 errors += d.text;
-        for (QString const& part : message.split(QLatin1Char('|')))
-            QVERIFY2(
-                errors.contains(part), qPrintable(part + QLatin1String(" not in: ") + answerer.summary()));
+        for (QString const& part : message.split('|'))
+            QVERIFY2(errors.contains(part), qPrintable(part + " not in: " + answerer.summary()));
         checkPackages(before, added, QString());
     }
 
@@ -105,14 +105,13 @@ class TestYumIOApply : public QObject
         QStringList expected = before;
         QStringList now = rpmPackages();
         // A signing key imported on the way is a package of rpm's too.
-        if (added.contains(QLatin1String("gpg-pubkey"))) {
-            QCOMPARE(
-                now.removeIf([](QString const& p) { return p.startsWith(QLatin1String("gpg-pubkey-")); }), 1);
-            added = added.remove(QStringLiteral("gpg-pubkey")).simplified();
+        if (added.contains("gpg-pubkey")) {
+            QCOMPARE(now.removeIf([](QString const& p) { return p.startsWith("gpg-pubkey-"); }), 1);
+            added = added.remove("gpg-pubkey").simplified();
         }
-        for (QString const& p : removed.split(QLatin1Char(' '), Qt::SkipEmptyParts))
+        for (QString const& p : removed.split(' ', Qt::SkipEmptyParts))
             QVERIFY2(expected.removeOne(p), qPrintable(p));
-        expected += added.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+        expected += added.split(' ', Qt::SkipEmptyParts);
         expected.sort();
         QCOMPARE(now, expected);
     }
@@ -125,8 +124,8 @@ private Q_SLOTS:
         window = new QWidget;
         io = new YumIO;
         io->setup(window, new HProgressBar(window), new HProgressBar(window));
-        qputenv("SORVANROOT", dir.filePath(QStringLiteral("none")).toLocal8Bit());
-        QDir().mkpath(dir.filePath(QStringLiteral("none")));
+        qputenv("SORVANROOT", dir.filePath("none").toLocal8Bit());
+        QDir().mkpath(dir.filePath("none"));
         QVERIFY(io->initialize());
     }
     void cleanupTestCase()
@@ -181,7 +180,7 @@ private Q_SLOTS:
         QStringList const before = rpmPackages();
         mark(marks);
         answerer.answer = answer;
-        answerer.accept = answer != QLatin1String("-");
+        answerer.accept = answer != "-";
         bool const applied = io->apply();
         answerer.accept = true;
 
@@ -196,13 +195,13 @@ private Q_SLOTS:
             if (d.kind == Dialog::Question)
                 listed = d.text;
         }
-        QVERIFY2(listed.contains(listing.replace(QLatin1String("ARCH"), nativeArch())), qPrintable(listed));
+        QVERIFY2(listed.contains(listing.replace("ARCH", nativeArch())), qPrintable(listed));
         checkPackages(before, added, removed);
         if (ran) {
             // Recorded in dnf's history of the managed root.
             QProcess dnf;
             dnf.start(python(),
-                { QStringLiteral("-c"),
+                { "-c",
                     QStringLiteral("import sqlite3, sys\n"
                                    "db = sqlite3.connect(sys.argv[1] + '/var/lib/dnf/history.sqlite')\n"
                                    "print(db.execute('select count(*) from trans').fetchone()[0])\n"),
@@ -246,65 +245,48 @@ private Q_SLOTS:
         checkFailure(before, message, added);
     }
 
-    // The repository went away after the packages were listed.
-    void downloadFails()
-    {
-        root = dir.filePath(QStringLiteral("root%1").arg(++clones));
-        QString failure = sandbox(QStringLiteral("clone"), { root });
-        QVERIFY2(failure.isEmpty(), qPrintable(failure));
-        failure = sandbox(QStringLiteral("serve"), { QStringLiteral("--root"), root });
-        QVERIFY2(failure.isEmpty(), qPrintable(failure));
-        QVERIFY(switchRoot(root));
-        io->clear();
-        QVERIFY2(io->collect({ { QStringLiteral("sv-http"), true } }), qPrintable(answerer.summary()));
-        failure = sandbox(QStringLiteral("stop"), { QStringLiteral("--root"), root });
-        QVERIFY2(failure.isEmpty(), qPrintable(failure));
-        answerer.clear();
-        QStringList const before = rpmPackages();
-        mark(QStringLiteral("install sv-net-tool"));
-        QVERIFY(!io->apply());
-        checkFailure(before, QStringLiteral("Unable to download|sv-net-tool"), QString());
-    }
-
     // dnf busy on the same root: the apply fails at once, naming the lock.
-    void lockHeldByDnf()
+    // Then the repository, gone since the packages were listed, fails the
+    // download.
+    void lockHeldThenDownloadFails()
     {
-        freshRoot(QString());
-        LockHolder holder(LockHolder::dnf("build_rpmdb_lock"), root + QLatin1String("/var/lib/dnf"));
-        QVERIFY(holder.holds());
+        freshRoot("sv-http", [this] {
+            QString const failure = sandbox("serve", { "--root", root });
+            QVERIFY2(failure.isEmpty(), qPrintable(failure));
+        });
+        QString const failure = sandbox("stop", { "--root", root });
+        QVERIFY2(failure.isEmpty(), qPrintable(failure));
         QStringList const before = rpmPackages();
-        mark(QStringLiteral("install sv-app"));
+        mark("install sv-net-tool");
+        {
+            LockHolder holder(LockHolder::dnf("build_rpmdb_lock"), root + "/var/lib/dnf");
+            QVERIFY(holder.holds());
+            QVERIFY(!io->apply());
+            checkFailure(before, "rpmdb_lock.pid|" + QString::number(holder.pid()), QString());
+        }
+        answerer.clear();
         QVERIFY(!io->apply());
-        checkFailure(before, QStringLiteral("rpmdb_lock.pid|") + QString::number(holder.pid()), QString());
+        checkFailure(before, "Unable to download|sv-net-tool", QString());
     }
 
     // A package installed for two architectures is updated in both, even
     // when only the row of the native one is marked.
     void updateOfTwoArchitectures()
     {
-        root = dir.filePath(QStringLiteral("root%1").arg(++clones));
-        QString const failure = sandbox(QStringLiteral("clone"), { root });
-        QVERIFY2(failure.isEmpty(), qPrintable(failure));
-        QString const rpms = qEnvironmentVariable("SORVAN_BINARY_DIR") + QLatin1String("/sandbox/rpms/");
-        QProcess rpm;
-        rpm.start(QStringLiteral("rpm"),
-            { QStringLiteral("--root"), root, QStringLiteral("--dbpath"), QStringLiteral("/var/lib/rpm"),
-                QStringLiteral("-i"),
-                rpms + nativeArch() + QLatin1String("/sv-multi-1.0-1.") + nativeArch()
-                    + QLatin1String(".rpm"),
-                rpms + QLatin1String("i686/sv-multi-1.0-1.i686.rpm") });
-        QVERIFY(rpm.waitForFinished(60000));
-        QVERIFY2(rpm.exitCode() == 0, rpm.readAllStandardError().constData());
-        QVERIFY(switchRoot(root));
-        io->clear();
-        QVERIFY2(io->collect({ { QStringLiteral("sv-faults"), true } }), qPrintable(answerer.summary()));
-        answerer.clear();
+        freshRoot("sv-faults", [this] {
+            QString const rpms = qEnvironmentVariable("SORVAN_BINARY_DIR") + "/sandbox/rpms/";
+            QProcess rpm;
+            rpm.start("rpm",
+                { "--root", root, "--dbpath", "/var/lib/rpm", "-i",
+                    rpms + nativeArch() + "/sv-multi-1.0-1." + nativeArch() + ".rpm",
+                    rpms + "i686/sv-multi-1.0-1.i686.rpm" });
+            QVERIFY(rpm.waitForFinished(60000));
+            QVERIFY2(rpm.exitCode() == 0, rpm.readAllStandardError().constData());
+        });
         QStringList const before = rpmPackages();
-        mark(QStringLiteral("update sv-multi"));
-
+        mark("update sv-multi");
         QVERIFY2(io->apply(), qPrintable(answerer.summary()));
-        checkPackages(
-            before, QStringLiteral("sv-multi-1.1 sv-multi-1.1"), QStringLiteral("sv-multi-1.0 sv-multi-1.0"));
+        checkPackages(before, "sv-multi-1.1 sv-multi-1.1", "sv-multi-1.0 sv-multi-1.0");
     }
 
     // Without root nothing is resolved: one message saying why and how.
@@ -316,33 +298,31 @@ private Q_SLOTS:
                 dir.path(), QFile::permissions(dir.path()) | QFile::ExeOther | QFile::ReadOther));
             QProcess child;
             QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-            env.insert(QStringLiteral("SORVAN_APPLY_AS_USER"), dir.path());
-            env.insert(QStringLiteral("XDG_RUNTIME_DIR"), QStringLiteral("/tmp"));
+            env.insert("SORVAN_APPLY_AS_USER", dir.path());
+            env.insert("XDG_RUNTIME_DIR", "/tmp");
             child.setProcessEnvironment(env);
-            child.start(QStringLiteral("setpriv"),
-                { QStringLiteral("--reuid=65534"), QStringLiteral("--regid=65534"),
-                    QStringLiteral("--clear-groups"), QStringLiteral("--"),
-                    QCoreApplication::applicationFilePath(), QStringLiteral("notRoot") });
+            child.start("setpriv",
+                { "--reuid=65534", "--regid=65534", "--clear-groups", "--",
+                    QCoreApplication::applicationFilePath(), "notRoot" });
             QVERIFY(child.waitForFinished(120000));
             QVERIFY2(child.exitCode() == 0, child.readAll().constData());
             return;
         }
         QVERIFY(::geteuid() != 0);
-        root = qEnvironmentVariable("SORVAN_APPLY_AS_USER") + QLatin1String("/root1");
+        root = qEnvironmentVariable("SORVAN_APPLY_AS_USER") + "/root1";
         QVERIFY(switchRoot(root));
         io->clear();
         QVERIFY2(io->collect({}), qPrintable(answerer.summary()));
         answerer.clear();
-        mark(QStringLiteral("install sv-app"));
+        mark("install sv-app");
         qsizetype const logged = SessionTest::logged(io).size();
         QVERIFY(!io->apply());
         QVERIFY(!io->lastApplyFailed());
         QCOMPARE(answerer.dialogs.size(), 1);
-        QVERIFY2(answerer.summary().contains(QLatin1String("needs root"))
-                && answerer.summary().contains(QLatin1String("pkexec")),
+        QVERIFY2(answerer.summary().contains("needs root") && answerer.summary().contains("pkexec"),
             qPrintable(answerer.summary()));
         for (Log::Entry const& e : SessionTest::logged(io, logged))
-            QVERIFY2(e.text != QLatin1String("Applying"), "the engine was asked");
+            QVERIFY2(e.text != "Applying", "the engine was asked");
     }
 };
 

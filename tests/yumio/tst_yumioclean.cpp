@@ -28,9 +28,9 @@ class TestYumIOClean : public QObject
         int xml = 0, solv = 0, rpm = 0;
         for (QDirIterator it(cache, QDir::Files, QDirIterator::Subdirectories); it.hasNext();) {
             QString const name = it.next();
-            xml += name.contains(QLatin1String(".xml"));
-            solv += name.endsWith(QLatin1String(".solv")) || name.endsWith(QLatin1String(".solvx"));
-            rpm += name.endsWith(QLatin1String(".rpm"));
+            xml += name.contains(".xml");
+            solv += name.endsWith(".solv") || name.endsWith(".solvx");
+            rpm += name.endsWith(".rpm");
         }
         return QStringLiteral("%1 %2 %3").arg(xml > 0).arg(solv > 0).arg(rpm > 0);
     }
@@ -41,21 +41,21 @@ class TestYumIOClean : public QObject
         io->clear();
         QVERIFY2(io->collect({}), qPrintable(answerer.summary()));
         QDir repoCache(cache);
-        QString const base = repoCache.entryList({ QStringLiteral("sv-base-*") }, QDir::Dirs).value(0);
+        QString const base = repoCache.entryList({ "sv-base-*" }, QDir::Dirs).value(0);
         QVERIFY(!base.isEmpty());
-        QVERIFY(repoCache.mkpath(base + QLatin1String("/packages")));
-        QFile planted(cache + QLatin1Char('/') + base + QLatin1String("/packages/sv-app-1.0-1.x86_64.rpm"));
+        QVERIFY(repoCache.mkpath(base + "/packages"));
+        QFile planted(cache + '/' + base + "/packages/sv-app-1.0-1.x86_64.rpm");
         QVERIFY(planted.open(QIODevice::WriteOnly));
-        QCOMPARE(kinds(), QStringLiteral("1 1 1"));
+        QCOMPARE(kinds(), "1 1 1");
     }
 
 private Q_SLOTS:
     void initTestCase()
     {
-        QString const root = dir.filePath(QStringLiteral("root"));
-        QString const failure = sandbox(QStringLiteral("clone"), { root });
+        QString const root = dir.filePath("root");
+        QString const failure = sandbox("clone", { root });
         QVERIFY2(failure.isEmpty(), qPrintable(failure));
-        cache = root + QLatin1String("/var/cache/dnf");
+        cache = root + "/var/cache/dnf";
         qputenv("SORVANROOT", root.toLocal8Bit());
         window = new QWidget;
         io = new YumIO;
@@ -106,10 +106,9 @@ private Q_SLOTS:
                                      "    return 1, ['Unable to remove a package: Permission denied']\n"
                                      "YumIO.cleanPackages = failing\n")));
         QVERIFY(!io->cleanAll());
-        QCOMPARE(kinds(), QStringLiteral("0 0 1"));
-        QVERIFY2(
-            io->cleanMessages().contains(QStringLiteral("Unable to remove a package: Permission denied")),
-            qPrintable(io->cleanMessages().join(QLatin1Char('|'))));
+        QCOMPARE(kinds(), "0 0 1");
+        QVERIFY2(io->cleanMessages().contains("Unable to remove a package: Permission denied"),
+            qPrintable(io->cleanMessages().join('|')));
     }
 
     // A dnf busy with the cache: nothing removed, and the report names the cache.
@@ -120,9 +119,8 @@ private Q_SLOTS:
         QVERIFY(holder.holds());
         QVERIFY(!io->cleanPackages());
         holder.release();
-        QCOMPARE(kinds(), QStringLiteral("1 1 1"));
-        QVERIFY2(io->cleanMessages().join(QLatin1Char('|')).contains(cache),
-            qPrintable(io->cleanMessages().join(QLatin1Char('|'))));
+        QCOMPARE(kinds(), "1 1 1");
+        QVERIFY2(io->cleanMessages().join('|').contains(cache), qPrintable(io->cleanMessages().join('|')));
     }
 };
 

@@ -45,11 +45,11 @@ class TestYumIOCollect : public QObject
     {
         QProcess probe;
         probe.start(python(),
-            { QStringLiteral("-c"),
+            { "-c",
                 QStringLiteral("import fcntl,os,sys\nfd = os.open(sys.argv[1], os.O_RDWR)\n"
                                "try:\n    fcntl.flock(fd, fcntl.LOCK_EX | fcntl.LOCK_NB)\n"
                                "except OSError:\n    sys.exit(1)\n"),
-                root + QLatin1String("/var/run/sorvan.pid") });
+                root + "/var/run/sorvan.pid" });
         return probe.waitForFinished(30000) && probe.exitCode() == 0;
     }
     QByteArray lockCalls()
@@ -64,9 +64,9 @@ private Q_SLOTS:
         // The sandbox's packages were all built at 1700000000.
         qputenv("TZ", "UTC");
         tzset();
-        root = dir.filePath(QStringLiteral("root"));
-        marks = dir.filePath(QStringLiteral("marks"));
-        QString const failure = sandbox(QStringLiteral("clone"), { root });
+        root = dir.filePath("root");
+        marks = dir.filePath("marks");
+        QString const failure = sandbox("clone", { root });
         QVERIFY2(failure.isEmpty(), qPrintable(failure));
         qputenv("SORVANROOT", root.toLocal8Bit());
         window = new QWidget;
@@ -118,7 +118,7 @@ private Q_SLOTS:
                        bool superseded = false, QStringList chain = {}, int kind = Package::Ordinary) {
             row(name, name, arch, kind, state, verRel, repo, superseded, chain);
         };
-        QString const native = nativeArch(), noarch = QStringLiteral("noarch");
+        QString const native = nativeArch(), noarch = "noarch";
         int const U = Package::AvailableForUpdate, A = Package::Available, I = Package::Installed;
         // Updates carry the installed versions they replace.
         pkg("sv-docs", noarch, U, "1.1-1", "sv-updates", false, { "1.0-1" });
@@ -173,7 +173,7 @@ private Q_SLOTS:
         QStringList chain;
         for (Package::Entry const* e = entry->next; e; e = e->next) {
             QCOMPARE(int(e->state), int(Package::Installed));
-            QCOMPARE(e->repo + e->name, QLatin1String("installed") + name);
+            QCOMPARE(e->repo + e->name, "installed" + name);
             chain.append(e->verRel);
         }
         QTEST(chain, "chain");
@@ -188,13 +188,13 @@ private Q_SLOTS:
         for (Package::Entry const* e : *io)
             keys.insert(QString::number(e->kind == Package::Group) + e->name + e->baseArch);
         QCOMPARE(keys.size(), 31);
-        QCOMPARE(io->baseArchs(), QSet<QString>({ arch, QStringLiteral("noarch"), QStringLiteral("i386") }));
+        QCOMPARE(io->baseArchs(), QSet<QString>({ arch, "noarch", "i386" }));
         QCOMPARE(io->baseArch(), arch);
         QStringList enabled = io->enabledRepos();
         enabled.sort();
-        QCOMPARE(enabled.join(' '), QStringLiteral("sv-base sv-mirrored sv-updates"));
-        QVERIFY(!find(QStringLiteral("SORVAN Hidden Helpers")));
-        QVERIFY(!find(QStringLiteral("sv-extra-tool")));
+        QCOMPARE(enabled.join(' '), "sv-base sv-mirrored sv-updates");
+        QVERIFY(!find("SORVAN Hidden Helpers"));
+        QVERIFY(!find("sv-extra-tool"));
         QCOMPARE((*io)[io->count()], nullptr);
         QCOMPARE((*io)[-1], nullptr);
     }
@@ -204,11 +204,11 @@ private Q_SLOTS:
     {
         for (Package::Entry const* e : *io) {
             bool const group = e->kind == Package::Group;
-            QCOMPARE(io->getBuildTime(*e), group ? QString() : QStringLiteral("Tue Nov 14 22:13:20 2023"));
+            QCOMPARE(io->getBuildTime(*e), group ? QString() : "Tue Nov 14 22:13:20 2023");
             QCOMPARE(io->getSize(*e), group ? QString() : Package::bytesFormat(e->size));
             QVERIFY2(group || e->size > 0, qPrintable(e->name));
         }
-        QCOMPARE(io->getSummary(*find(QStringLiteral("sv-reloc"))), QStringLiteral("Relocatable package"));
+        QCOMPARE(io->getSummary(*find("sv-reloc")), "Relocatable package");
     }
 
     // The simple details, from the rpm header of an installed package and
@@ -236,8 +236,7 @@ private Q_SLOTS:
         QTEST(io->getDescription(*e), "description");
         QTEST(io->getGroup(*e), "group");
         QTEST(io->getBinaryRpm(*e), "binaryRpm");
-        QCOMPARE(
-            io->getSourceRpm(*e), e->name + '-' + e->verRel.section(':', -1) + QLatin1String(".src.rpm"));
+        QCOMPARE(io->getSourceRpm(*e), e->name + '-' + e->verRel.section(':', -1) + ".src.rpm");
         QCOMPARE(QStringList({ io->getVendor(*e), io->getBuildHost(*e), io->getLicense(*e),
                      io->getPackager(*e), io->getUrl(*e) }),
             QStringList({ "SORVAN Sandbox", "builder.sorvan.example", "MIT",
@@ -250,8 +249,7 @@ private Q_SLOTS:
     {
         columns<QString, int, QStringList, QStringList, QStringList>(
             "name", "state", "provides", "requirements", "obsoletes");
-        QString const tag = arch == QLatin1String("x86_64") ? QStringLiteral("(x86-64)")
-                                                            : QLatin1Char('(') + arch + QLatin1Char(')');
+        QString const tag = arch == "x86_64" ? "(x86-64)" : '(' + arch + ')';
         int const A = Package::Available;
         // From the metadata.
         row("epoch 0", "sv-new", A, QStringList({ "sv-new = 2.0-1", "sv-old = 2.0" }), QStringList(),
@@ -276,7 +274,7 @@ private Q_SLOTS:
         QTEST(io->getProvides(*e), "provides");
         QStringList required = io->getRequires(*e);
         // rpm adds its own rpmlib() requirements to what it installs.
-        required.removeIf([](QString const& r) { return r.startsWith(QLatin1String("rpmlib(")); });
+        required.removeIf([](QString const& r) { return r.startsWith("rpmlib("); });
         QTEST(required, "requirements");
         QTEST(io->getObsoletes(*e), "obsoletes");
         QCOMPARE(io->getConflicts(*e), QStringList());
@@ -287,16 +285,16 @@ private Q_SLOTS:
     // no install time and no relocations.
     void installedOnlyDetails()
     {
-        Package::Entry const* reloc = find(QStringLiteral("sv-reloc"));
+        Package::Entry const* reloc = find("sv-reloc");
         QVERIFY(!io->getInstallTime(*reloc).isEmpty());
-        QCOMPARE(io->getRelocations(*reloc), QStringList(QStringLiteral("/opt/sv-reloc")));
+        QCOMPARE(io->getRelocations(*reloc), QStringList("/opt/sv-reloc"));
         QCOMPARE(io->getFiles(*reloc),
             QStringList({ "/opt/sv-reloc/bin/sv-reloc", "/opt/sv-reloc/share/sv-reloc.conf" }));
-        Package::Entry const* tool = find(QStringLiteral("sv-tool"));
+        Package::Entry const* tool = find("sv-tool");
         QVERIFY(tool && tool->next);
         QCOMPARE(io->getChangeLog(*tool->next),
-            QStringLiteral("* Mon Jan  9 2023 Ada Builder <ada@sorvan.example> - 1.0-1\n- First release"));
-        QCOMPARE(io->getProvides(*tool->next).value(0), QStringLiteral("sv-tool = 1.0-1"));
+            "* Mon Jan  9 2023 Ada Builder <ada@sorvan.example> - 1.0-1\n- First release");
+        QCOMPARE(io->getProvides(*tool->next).value(0), "sv-tool = 1.0-1");
         QCOMPARE(io->getInstallTime(*tool), QString());
         QCOMPARE(io->getRelocations(*tool), QStringList());
         QVERIFY(!io->fileListsLoaded());
@@ -308,7 +306,7 @@ private Q_SLOTS:
     void extraData()
     {
         QSignalSpy loaded(io, &YumIO::collectedExtraData);
-        Package::Entry const* tool = find(QStringLiteral("sv-tool"));
+        Package::Entry const* tool = find("sv-tool");
         QCOMPARE(io->getFiles(*tool), QStringList({ "/usr/bin/sv-tool", "/usr/share/doc/sv-tool/README" }));
         QVERIFY(io->fileListsLoaded());
         QVERIFY(!io->otherDataLoaded());
@@ -323,15 +321,14 @@ private Q_SLOTS:
         QVERIFY(io->collectOtherData());
         QCOMPARE(loaded.count(), 2);
         // The file lists survived the reload of the metadata for the change logs.
-        QCOMPARE(io->getFiles(*find(QStringLiteral("sv-writer"))),
-            QStringList(QStringLiteral("/usr/bin/sv-writer")));
+        QCOMPARE(io->getFiles(*find("sv-writer")), QStringList("/usr/bin/sv-writer"));
         QVERIFY2(answerer.dialogs.isEmpty(), qPrintable(answerer.summary()));
         QStringList actions;
         for (Log::Entry const& entry : logged(io))
             if (entry.kind == Log::Action)
                 actions.append(entry.text);
-        QVERIFY(actions.contains(QStringLiteral("Collecting File Lists")));
-        QVERIFY(actions.contains(QStringLiteral("Collecting Miscellaneous data")));
+        QVERIFY(actions.contains("Collecting File Lists"));
+        QVERIFY(actions.contains("Collecting Miscellaneous data"));
 
         QVERIFY(collect());
         QVERIFY(!io->fileListsLoaded());
@@ -366,13 +363,13 @@ private Q_SLOTS:
     // collects again without it.
     void secondCollectionKeepsLock()
     {
-        QVERIFY2(collect({ { QStringLiteral("sv-extras"), true }, { QStringLiteral("sv-mirrored"), false } }),
-            qPrintable(answerer.summary()));
+        QVERIFY2(
+            collect({ { "sv-extras", true }, { "sv-mirrored", false } }), qPrintable(answerer.summary()));
         QVERIFY(answerer.dialogs.isEmpty());
-        QVERIFY(!find(QStringLiteral("sv-mirror-tool")));
-        QVERIFY(find(QStringLiteral("sv-extra-tool")));
+        QVERIFY(!find("sv-mirror-tool"));
+        QVERIFY(find("sv-extra-tool"));
         // sv-tool 2.0 of the enabled repository is now the update.
-        QCOMPARE(find(QStringLiteral("sv-tool"))->verRel, QStringLiteral("2.0-1"));
+        QCOMPARE(find("sv-tool")->verRel, "2.0-1");
         QVERIFY(collect());
         QCOMPARE(io->count(), 31);
         QCOMPARE(lockCalls(), QByteArray("lock\n"));
@@ -411,43 +408,40 @@ private Q_SLOTS:
             pthread_sigmask(SIG_BLOCK, nullptr, &mask);
             return sigismember(&mask, SIGCHLD) == 1;
         };
-        QVERIFY(
-            pyRun(QStringLiteral("import signal\nsignal.signal(signal.SIGINT, signal.default_int_handler)")));
+        QVERIFY(pyRun("import signal\nsignal.signal(signal.SIGINT, signal.default_int_handler)"));
         QVERIFY(!chldBlocked());
         bool blockedDuring = false;
         QTimer::singleShot(0, this, [&] { blockedDuring = chldBlocked(); });
         QVERIFY(collect());
         QVERIFY(blockedDuring);
         QVERIFY(!chldBlocked());
-        QVERIFY(pyRun(QStringLiteral("assert signal.getsignal(signal.SIGINT) == signal.SIG_DFL")));
+        QVERIFY(pyRun("assert signal.getsignal(signal.SIGINT) == signal.SIG_DFL"));
     }
 
     // Metadata fetched over HTTP reaches the bars through the engine's
     // meters: each file shows what it is and for which repository.
     void downloadsMoveTheBars()
     {
-        QString const failure = sandbox(QStringLiteral("serve"),
-            { QStringLiteral("--root"), root, QStringLiteral("--rate"), QStringLiteral("20000") });
+        QString const failure = sandbox("serve", { "--root", root, "--rate", "20000" });
         QVERIFY2(failure.isEmpty(), qPrintable(failure));
         QStringList seen;
         int maximum = 0;
         QTimer watcher;
         connect(&watcher, &QTimer::timeout, this, [&] {
             QString const activity = itemBar->activity();
-            if (activity.startsWith(QLatin1String("Downloading repository")) && !seen.contains(activity))
+            if (activity.startsWith("Downloading repository") && !seen.contains(activity))
                 seen.append(activity);
             maximum = qMax(maximum, totalBar->value());
         });
         watcher.start(0);
-        bool const ok = collect({ { QStringLiteral("sv-http"), true } });
+        bool const ok = collect({ { "sv-http", true } });
         watcher.stop();
-        sandbox(QStringLiteral("stop"), { QStringLiteral("--root"), root });
+        sandbox("stop", { "--root", root });
         QVERIFY2(ok && answerer.dialogs.isEmpty(), qPrintable(answerer.summary()));
-        QCOMPARE(find(QStringLiteral("sv-net-tool"))->repo, QStringLiteral("sv-http"));
+        QCOMPARE(find("sv-net-tool")->repo, "sv-http");
         // The slow downloads are seen for sure; the quick steps around them
         // may come and go between two looks.
-        QVERIFY2(
-            !seen.filter(QStringLiteral("sv-http")).isEmpty(), qPrintable(seen.join(QLatin1String(" | "))));
+        QVERIFY2(!seen.filter("sv-http").isEmpty(), qPrintable(seen.join(" | ")));
         QVERIFY(maximum > 0);
         // At the end the bars are at rest.
         QVERIFY(!itemBar->isEnabled());

@@ -92,7 +92,7 @@ private Q_SLOTS:
         QFETCH(QStringList, lines);
         QSignalSpy appended(&io->logEntries(), &Log::EntryList::appended);
         io->log(Log::Warning, 7, text);
-        QCOMPARE(logged(), prefixed(QStringLiteral("2 7 "), lines));
+        QCOMPARE(logged(), prefixed("2 7 ", lines));
         QCOMPARE(appended.count(), 1);
     }
 
@@ -112,16 +112,16 @@ private Q_SLOTS:
         QString buffer;
         for (QString const& text : writes)
             io->write(text, Log::Info, 4, buffer);
-        QCOMPARE(logged(), prefixed(QStringLiteral("0 4 "), lines));
-        QCOMPARE(buffer, writes.join(QString()).section(QLatin1Char('\n'), -1));
+        QCOMPARE(logged(), prefixed("0 4 ", lines));
+        QCOMPARE(buffer, writes.join(QString()).section('\n', -1));
     }
 
     void streamsKeepTheirOwnLines()
     {
-        io->writeStdout(QStringLiteral("out "));
-        io->writeStderr(QStringLiteral("err "));
-        io->writeStderr(QStringLiteral("line\n"));
-        io->writeStdout(QStringLiteral("line\n"));
+        io->writeStdout("out ");
+        io->writeStderr("err ");
+        io->writeStderr("line\n");
+        io->writeStdout("line\n");
         QCOMPARE(logged(), QStringList({ "3 0 err line", "1 0 out line" }));
     }
 
@@ -134,7 +134,7 @@ private Q_SLOTS:
         QCOMPARE(::fstat(1, &before), 0);
         int shell = -2;
         bool capturing = false;
-        io->writeStdout(QStringLiteral("script says "));
+        io->writeStdout("script says ");
         onWorker([&] {
             YumIOCapturers* slot = nullptr;
             YumIOCapturersUser user(slot, io);
@@ -148,21 +148,22 @@ private Q_SLOTS:
         QCOMPARE(shell, 0);
         QStringList const lines = logged();
         // Each stream in its own order; the two may interleave.
-        QStringList const out = lines.filter(QRegularExpression(QStringLiteral("^1 0 ")));
-        QStringList const err = lines.filter(QRegularExpression(QStringLiteral("^3 0 ")));
+        QStringList const out = lines.filter(QRegularExpression("^1 0 "));
+        QStringList const err = lines.filter(QRegularExpression("^3 0 "));
         QCOMPARE(out, QStringList({ "1 0 script says from rpm", "1 0 scriptlet out" }));
         QCOMPARE(err, QStringList({ "3 0 scriptlet err", "3 0 two", "3 0 lines", "3 0 last words" }));
         QCOMPARE(lines.size(), out.size() + err.size());
         // The unfinished line waits for its end, from wherever it comes.
-        io->writeStdout(QStringLiteral(" and finished\n"));
+        io->writeStdout(" and finished\n");
         QCOMPARE(logged(lines.size()), QStringList({ "1 0 unfinished and finished" }));
         QCOMPARE(::fstat(1, &after), 0);
         QCOMPARE(after.st_ino, before.st_ino);
         QVERIFY2(answerer->dialogs.isEmpty(), qPrintable(answerer->summary()));
     }
 
-    // Captures nest, each restoring the one before; one on the GUI thread
-    // reads the pipes itself instead of waiting for itself.
+    // Captures and dialog relays nest, each restoring the one before; a
+    // capture on the GUI thread reads the pipes itself instead of waiting
+    // for itself.
     void captureScopes()
     {
         YumIOCapturers* slot = nullptr;
@@ -182,6 +183,20 @@ private Q_SLOTS:
         QStringList lines = logged();
         lines.sort();
         QCOMPARE(lines, QStringList({ "1 0 outer", "1 0 outer again", "3 0 inner" }));
+
+        // Dialog relays nest the same way.
+        YumIODialogs* relay = nullptr;
+        {
+            YumIODialogsUser outer(relay, window);
+            YumIODialogs* first = relay;
+            QVERIFY(first);
+            {
+                YumIODialogsUser inner(relay, window);
+                QVERIFY(relay && relay != first);
+            }
+            QCOMPARE(relay, first);
+        }
+        QCOMPARE(relay, nullptr);
     }
 
     // On the GUI thread the dialog runs inside the call; from a worker the
@@ -202,13 +217,13 @@ private Q_SLOTS:
         QFETCH(bool, worker);
         QFETCH(bool, accept);
         answerer->accept = accept;
-        answerer->answer = QStringLiteral("Second");
+        answerer->answer = "Second";
         int result = -2;
         bool direct = !worker;
         auto ask = [&] {
             YumIODialogs relay(window);
-            QString const title = QStringLiteral("Title"), text = QStringLiteral("Which?");
-            QString const first = QStringLiteral("First"), second = QStringLiteral("Second");
+            QString const title = "Title", text = "Which?";
+            QString const first = "First", second = "Second";
             result = kind == Dialog::Question ? relay.confirm(title, text, QString(), QString())
                 : kind == Dialog::Warning     ? relay.warning(title, text, first, second, QString(), 0, -1)
                                               : relay.critical(title, text, first, second, QString(), 0, 1);
@@ -222,24 +237,8 @@ private Q_SLOTS:
         QCOMPARE(direct, !worker);
         QCOMPARE(answerer->dialogs.size(), 1);
         QCOMPARE(int(answerer->dialogs[0].kind), kind);
-        QCOMPARE(answerer->dialogs[0].title, QStringLiteral("Title"));
-        QCOMPARE(answerer->dialogs[0].text, QStringLiteral("Which?"));
-    }
-
-    void relayScopesNest()
-    {
-        YumIODialogs* slot = nullptr;
-        {
-            YumIODialogsUser outer(slot, window);
-            YumIODialogs* first = slot;
-            QVERIFY(first);
-            {
-                YumIODialogsUser inner(slot, window);
-                QVERIFY(slot && slot != first);
-            }
-            QCOMPARE(slot, first);
-        }
-        QCOMPARE(slot, nullptr);
+        QCOMPARE(answerer->dialogs[0].title, "Title");
+        QCOMPARE(answerer->dialogs[0].text, "Which?");
     }
 
     // One box with the single standard button, titled by its kind, and the
@@ -269,29 +268,28 @@ private Q_SLOTS:
         QCOMPARE(answerer->dialogs.size(), 1);
         Dialog const& d = answerer->dialogs[0];
         QCOMPARE(int(d.kind), int(isError ? Dialog::Critical : Dialog::Warning));
-        QCOMPARE(
-            d.title, isError ? QStringLiteral("SORVAN Yum Error") : QStringLiteral("SORVAN Yum Warning"));
+        QCOMPARE(d.title, isError ? "SORVAN Yum Error" : "SORVAN Yum Warning");
         QCOMPARE(d.text, text);
         QCOMPARE(buttons, 1);
-        QCOMPARE(logged(), prefixed(QLatin1String(isError ? "3 0 " : "2 0 "), text.split(QLatin1Char('\n'))));
+        QCOMPARE(logged(), prefixed(QLatin1String(isError ? "3 0 " : "2 0 "), text.split('\n')));
     }
 
     // A worker without a relay of its own still gets its error to the user.
     void reportFromWorkerWithoutRelay()
     {
-        onWorker([&] { io->error(QStringLiteral("from a worker")); });
-        QCOMPARE(answerer->summary(), QStringLiteral("SORVAN Yum Error: from a worker"));
+        onWorker([&] { io->error("from a worker"); });
+        QCOMPARE(answerer->summary(), "SORVAN Yum Error: from a worker");
     }
 
     // With no expectation scope open, the report collects from the end of
     // the log: earlier errors are not repeated.
     void pythonExceptionWithoutScope()
     {
-        io->log(Log::Error, 0, QStringLiteral("an earlier error"));
-        io->pythonException(QStringLiteral("Unable to obtain yum lock"));
+        io->log(Log::Error, 0, "an earlier error");
+        io->pythonException("Unable to obtain yum lock");
         QCOMPARE(answerer->dialogs.size(), 1);
         QCOMPARE(int(answerer->dialogs[0].kind), int(Dialog::Scrollable));
-        QCOMPARE(answerer->summary(), QStringLiteral("SORVAN Yum Error: Unable to obtain yum lock"));
+        QCOMPARE(answerer->summary(), "SORVAN Yum Error: Unable to obtain yum lock");
         QCOMPARE(logged(), QStringList({ "3 0 an earlier error", "3 0 Unable to obtain yum lock" }));
     }
 };
