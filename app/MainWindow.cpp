@@ -31,6 +31,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTimer>
+#include <QToolButton>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <sys/utsname.h>
@@ -135,6 +136,11 @@ void MainWindow::createMainArea()
     regexpEdit = new QLineEdit(QStringLiteral(".*"), mainPanel);
     regexpEdit->setObjectName(QStringLiteral("regexpEdit"));
     regexpEdit->setClearButtonEnabled(true);
+    // No label stands beside the field and its clear button shows only an
+    // icon: a screen reader needs names for both.
+    regexpEdit->setAccessibleName(tr("Regular expression"));
+    for (QToolButton* clear : regexpEdit->findChildren<QToolButton*>())
+        clear->setAccessibleName(tr("Clear"));
     filterBar->addWidget(regexpEdit, 1);
 
     filterButton = new QPushButton(mainPanel);
@@ -185,6 +191,7 @@ void MainWindow::createMainArea()
     proxy->setSourceModel(model);
     view = new PackageTable::View(model, proxy, mainPanel);
     view->setObjectName(QStringLiteral("view"));
+    view->setAccessibleName(tr("Packages"));
     panelLayout->addWidget(view, 1);
     connect(
         view, qOverload<int, int>(&PackageTable::View::currentChanged), this, &MainWindow::currentChanged);

@@ -179,7 +179,7 @@ Dies entspricht der Option debuglevel (-d) von yum.</translation>
 <context>
     <name>MainWindow</name>
     <message>
-        <location filename="../app/MainWindow.cpp" line="+62"/>
+        <location filename="../app/MainWindow.cpp" line="+63"/>
         <source>SORVAN - %1</source>
         <translation>SORVAN - %1</translation>
     </message>
@@ -190,12 +190,12 @@ Dies entspricht der Option debuglevel (-d) von yum.</translation>
     </message>
     <message>
         <location line="+2"/>
-        <location line="+450"/>
+        <location line="+456"/>
         <source>&amp;Quit</source>
         <translation>&amp;Beenden</translation>
     </message>
     <message>
-        <location line="-449"/>
+        <location line="-455"/>
         <source>Ctrl+Q</source>
         <translation>Ctrl+Q</translation>
     </message>
@@ -291,18 +291,28 @@ Dies entspricht der Option debuglevel (-d) von yum.</translation>
     </message>
     <message>
         <location line="+18"/>
-        <location line="+541"/>
+        <location line="+547"/>
         <source>Filter</source>
         <translation>Filtern</translation>
     </message>
     <message>
-        <location line="-540"/>
-        <location line="+536"/>
+        <location line="-546"/>
+        <location line="+542"/>
         <source>Search</source>
         <translation>Suchen</translation>
     </message>
     <message>
-        <location line="-521"/>
+        <location line="-534"/>
+        <source>Regular expression</source>
+        <translation>Regulärer Ausdruck</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Clear</source>
+        <translation>Leeren</translation>
+    </message>
+    <message>
+        <location line="+10"/>
         <source>View Updatable</source>
         <translation>Aktualisierbare</translation>
     </message>
@@ -332,7 +342,12 @@ Dies entspricht der Option debuglevel (-d) von yum.</translation>
         <translation>Mit Gruppen</translation>
     </message>
     <message>
-        <location line="+37"/>
+        <location line="+30"/>
+        <source>Packages</source>
+        <translation>Pakete</translation>
+    </message>
+    <message>
+        <location line="+8"/>
         <source>&amp;Describe</source>
         <translation>&amp;Beschreiben</translation>
     </message>
@@ -976,7 +991,57 @@ Starten Sie SORVAN als root, um ihn zu leeren, zum Beispiel mit: pkexec sorvan</
 </translation>
     </message>
     <message>
-        <location line="+82"/>
+        <location line="+83"/>
+        <source>Update</source>
+        <translation>Aktualisieren</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Install</source>
+        <translation>Installieren</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Remove</source>
+        <translation>Entfernen</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>No action</source>
+        <translation>Keine Aktion</translation>
+    </message>
+    <message>
+        <location line="+6"/>
+        <source>Out of date</source>
+        <translation>Veraltet</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Available</source>
+        <translation>Verfügbar</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Installed</source>
+        <translation>Installiert</translation>
+    </message>
+    <message>
+        <location line="+6"/>
+        <source>Suite</source>
+        <translation>Paketsammlung</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Group</source>
+        <translation>Gruppe</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Package</source>
+        <translation>Paket</translation>
+    </message>
+    <message>
+        <location line="+12"/>
         <source>Update package</source>
         <translation>Paket aktualisieren</translation>
     </message>
@@ -2703,7 +2768,7 @@ Im Menü „Paketquellen“ lassen sich mit „Konfiguration bearbeiten“ Paket
         <translation>Interner Fehler: groupInfo.group_installed[&apos;%1&apos;] nicht gefunden</translation>
     </message>
     <message>
-        <location filename="../yumio/YumIODetails.cpp" line="+45"/>
+        <location filename="../yumio/YumIODetails.cpp" line="+46"/>
         <source>getRpmHdrValue called for package with no hdr (i.e. not installed)</source>
         <translation>getRpmHdrValue für ein Paket ohne hdr (also nicht installiert) aufgerufen</translation>
     </message>
