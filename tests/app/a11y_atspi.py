@@ -1,0 +1,179 @@
+#!/usr/bin/python3
+"""The real program read and driven the way a screen reader does, through
+AT-SPI: the table's rows and icon-only cells are read, and a button is pressed
+through its accessible action.
+
+Everything runs on a private X display, session bus and accessibility bus,
+never the desktop's: Qt's offscreen platform has no accessibility bridge, so
+the program runs on xcb under Xvfb.  Exits 77 (skipped) only when Xvfb, D-Bus,
+at-spi2-core or pyatspi are not installed."""
+import importlib.util
+import os
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+
+LAUNCHER = "/usr/libexec/at-spi-bus-launcher"
+# Generous: a sanitizer build collects the packages several times slower.
+COLLECT_SECONDS = 240
+WHOLE_SECONDS = 480
+
+
+def fail(message):
+    sys.exit("a11y_atspi: " + message)
+
+
+def wait_for(what, probe, seconds):
+    deadline = time.monotonic() + seconds
+    while time.monotonic() < deadline:
+        found = probe()
+        if found:
+            return found
+        time.sleep(0.5)
+    fail("timed out waiting for " + what)
+
+
+def outside():
+    missing = [name for name, there in (
+        ("Xvfb", shutil.which("Xvfb")), ("dbus-run-session", shutil.which("dbus-run-session")),
+        (LAUNCHER, os.access(LAUNCHER, os.X_OK)), ("pyatspi", importlib.util.find_spec("pyatspi")))
+        if not there]
+    if missing:
+        print("a11y_atspi: skipped, not installed: " + ", ".join(missing))
+        return 77
+    with tempfile.TemporaryDirectory(prefix="sorvan-a11y-") as tmp:
+        os.chmod(tmp, 0o700)
+        env = {k: v for k, v in os.environ.items()
+               if not k.startswith(("DBUS_", "AT_SPI", "DISPLAY", "WAYLAND", "XDG_"))}
+        env.update(XDG_RUNTIME_DIR=tmp, XDG_CONFIG_HOME=tmp + "/config", XDG_CACHE_HOME=tmp + "/cache",
+                   GSETTINGS_BACKEND="memory")
+        read, write = os.pipe()
+        xvfb = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-nolisten", "tcp",
+                                 "-screen", "0", "1280x1024x24"], pass_fds=[write],
+                                stderr=subprocess.DEVNULL, start_new_session=True)
+        os.close(write)
+        inner = None
+        try:
+            with os.fdopen(read) as pipe:
+                display = pipe.readline().strip()
+            if not display:
+                fail("Xvfb did not start")
+            env["DISPLAY"] = ":" + display
+            # The private session and everything started in it (bus launcher,
+            # buses, registry, the program) share one process group.
+            inner = subprocess.Popen(["dbus-run-session", "--", sys.executable, "-I", "-B",
+                                      os.path.abspath(__file__), "--inside", tmp],
+                                     env=env, start_new_session=True)
+            return inner.wait(timeout=WHOLE_SECONDS)
+        except subprocess.TimeoutExpired:
+            fail("no result within %d s" % WHOLE_SECONDS)
+        finally:
+            for proc in (inner, xvfb):
+                if proc:
+                    try:
+                        os.killpg(proc.pid, signal.SIGKILL)
+                    except ProcessLookupError:
+                        pass
+                    proc.wait()
+
+
+# What a screen reader may say for each icon-only cell.
+TEXTS = {"Action": {"No action", "Update", "Install", "Remove"},
+         "State": {"Out of date", "Available", "Installed"},
+         "Kind": {"Suite", "Group", "Package"}}
+
+
+def walk(node):
+    """The widgets under node; a table's cells are read through its table interface."""
+    import pyatspi
+    yield node
+    if node.getRole() != pyatspi.ROLE_TABLE:
+        for child in node:
+            yield from walk(child)
+
+
+def read_table(table):
+    """The table's rows as dictionaries from column title to accessible name."""
+    cells = table.queryTable()
+    # Qt 6.4 answers no column header cell, but the header's texts.
+    titles = [cells.getColumnDescription(c) for c in range(cells.nColumns)]
+    return [{title: cells.getAccessibleAt(r, c).name for c, title in enumerate(titles)}
+            for r in range(cells.nRows)]
+
+
+def inside(tmp):
+    # Started here, not by activation, so that it belongs to this process group.
+    subprocess.Popen([LAUNCHER, "--launch-immediately"])
+    from gi.repository import Gio, GLib
+    bus = Gio.bus_get_sync(Gio.BusType.SESSION)
+    wait_for("the accessibility bus", lambda: bus.call_sync(
+        "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameHasOwner",
+        GLib.Variant("(s)", ("org.a11y.Bus",)), None, 0, -1).unpack()[0], 30)
+    import pyatspi
+
+    root = tmp + "/root"
+    subprocess.run([sys.executable, "-I", "-B", os.environ["SORVAN_SOURCE_DIR"] + "/tools/sandbox/sandbox.py",
+                    "clone", os.environ["SORVAN_BINARY_DIR"] + "/sandbox", root],
+                   check=True, stdout=subprocess.DEVNULL)
+    sorvan = subprocess.Popen([os.environ["SORVAN_EXE"]], env=dict(
+        os.environ, SORVANROOT=root, QT_QPA_PLATFORM="xcb", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1"))
+
+    def alive(probe):
+        def checked():
+            if sorvan.poll() is not None:
+                fail("the program ended with %d" % sorvan.returncode)
+            return probe()
+        return checked
+
+    def application():
+        return next((a for a in pyatspi.Registry.getDesktop(0) if a and a.name == "SORVAN"), None)
+    app = wait_for("the program on the accessibility bus", alive(application), 60)
+
+    def table():
+        found = next((n for n in walk(app) if n.getRole() == pyatspi.ROLE_TABLE), None)
+        return found if found and any(row.get("Name") == "sv-tool" for row in read_table(found)) else None
+    view = wait_for("sv-tool in the table", alive(table), COLLECT_SECONDS)
+    rows = read_table(view)
+    print("a11y_atspi: read %d rows, e.g. %s" % (len(rows), rows[0]))
+
+    # Every icon-only cell says what it shows, and says it right: an
+    # updatable package reads as out of date.
+    for row in rows:
+        for title, texts in TEXTS.items():
+            if row.get(title) not in texts:
+                fail("%s cell of %s reads %r" % (title, row.get("Name"), row.get(title)))
+    tool = next(row for row in rows if row["Name"] == "sv-tool")
+    if (tool["Action"], tool["State"], tool["Kind"]) != ("No action", "Out of date", "Package"):
+        fail("sv-tool reads %s" % tool)
+
+    # Whatever a user reaches, by the keyboard or as a button, has a name.
+    widgets = [w for w in walk(app) if w.getState().contains(pyatspi.STATE_SHOWING)]
+    unnamed = [w.getRoleName() for w in widgets if not w.name and (
+        w.getRole() == pyatspi.ROLE_PUSH_BUTTON or w.getState().contains(pyatspi.STATE_FOCUSABLE))]
+    if unnamed:
+        fail("without a name: " + ", ".join(unnamed))
+    buttons = {w.name: w for w in widgets if w.getRole() == pyatspi.ROLE_PUSH_BUTTON}
+    for name in ("Set Update of Listed", "Apply Actions"):
+        if name not in buttons:
+            fail("no button %r among %s" % (name, sorted(buttons)))
+    apply = buttons["Apply Actions"]
+    if apply.getState().contains(pyatspi.STATE_ENABLED):
+        fail("Apply Actions is enabled with nothing marked")
+
+    press = buttons["Set Update of Listed"].queryAction()
+    press.doAction(next(i for i in range(press.nActions) if press.getName(i) == "Press"))
+
+    def marked():
+        updates = [r for r in read_table(view) if r["State"] == "Out of date"]
+        return all(r["Action"] == "Update" for r in updates) and any(r["Name"] == "sv-tool" for r in updates)
+    wait_for("every out-of-date row marked for update", alive(marked), 30)
+    wait_for("Apply Actions enabled", alive(lambda: apply.getState().contains(pyatspi.STATE_ENABLED)), 30)
+    print("a11y_atspi: table read and driven through AT-SPI")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(inside(sys.argv[2]) if sys.argv[1:2] == ["--inside"] else outside())
