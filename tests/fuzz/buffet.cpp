@@ -35,8 +35,12 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size)
     };
     QString const encoded = Repo::Buffet::encode(password);
     Repo::Buffet::oneUrlRegExp().match(both);
-    for (auto it = Repo::Buffet::urlsRegExp().globalMatch(both); it.hasNext();)
-        FUZZ_CHECK_EQUAL(captured(it.next()), encoded);
+    // Checked where the URL holds one form: forms run together without a
+    // blank between them can make new ones out of their neighbours' slashes.
+    if (url.count(QLatin1String("/buffet?")) + url.count(QLatin1String("/rhel/")) == 1) {
+        for (auto it = Repo::Buffet::urlsRegExp().globalMatch(both); it.hasNext();)
+            FUZZ_CHECK_EQUAL(captured(it.next()), encoded);
+    }
     QString const one = Repo::Buffet::replaceAuth(url, password);
     FUZZ_CHECK(Repo::Buffet::getAuth(one, k1, v1, k2, v2));
     FUZZ_CHECK_EQUAL(QStringList({ k1, v1, k2, v2 }), QStringList({ key1, value1, key2, password }));
