@@ -112,16 +112,16 @@ int CommandLine::parse(int argc, char** argv, QList<Setting>& settings)
             break;
         }
         case 'd':
-            settings.append({ Setting::NoDuplicates });
+            settings.append(Setting { Setting::NoDuplicates });
             break;
         case 'g':
-            settings.append({ Setting::Groups });
+            settings.append(Setting { Setting::Groups });
             break;
         case 'r':
-            settings.append({ Setting::RepoEditor });
+            settings.append(Setting { Setting::RepoEditor });
             break;
         case 'l':
-            settings.append({ Setting::Log });
+            settings.append(Setting { Setting::Log });
             break;
         case DisableRepo:
             settings.append({ Setting::DisableRepo, 0, optarg });
