@@ -516,7 +516,10 @@ void MainWindow::requestQuit(bool ask)
 {
     if (quitting)
         return;
-    if (session && session->isBusy()) {
+    // While a command runs (between setReady(false) and setReady(true)) the
+    // session may be in use on this very stack, even before a work thread
+    // starts: the quit waits for the command's end.
+    if (busyCursor || (session && session->isBusy())) {
         if (!quitPending) {
             quitPending = true;
             QString const text = tr("SORVAN will quit as soon as the running operation has finished.\nA "
