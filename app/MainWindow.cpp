@@ -387,7 +387,7 @@ void MainWindow::initialize()
     if (reset)
         session->clear();
     warnUnknownRepos();
-    session->collect(repoEnable);
+    collectPackages();
     model->reset();
     mainPanel->show();
     view->resizeColumnsToContents();
@@ -447,6 +447,15 @@ struct Mark {
 
 } // namespace
 
+void MainWindow::collectPackages()
+{
+    session->collect(repoEnable);
+    // A repository the user disabled because it could not be reached stays
+    // disabled for the rest of the run, as the editor's session column shows.
+    for (QString const& id : session->unreachableReposDisabled())
+        repoEnable.insert(id, false);
+}
+
 void MainWindow::recollect(bool keepMarks)
 {
     QList<Mark> marks;
@@ -455,7 +464,7 @@ void MainWindow::recollect(bool keepMarks)
             if (e->action != Package::NoAction)
                 marks.append(Mark { e->kind, e->state, e->name, e->arch, e->verRel, e->repo, e->action });
     session->clear();
-    session->collect(repoEnable);
+    collectPackages();
     if (!marks.isEmpty()) {
         for (Package::Entry* e : *session) {
             for (Mark const& mark : std::as_const(marks)) {

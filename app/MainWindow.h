@@ -121,6 +121,7 @@ private:
     void setReady(bool ready);
     // Collects the packages anew.  With `keepMarks`, entries that are still
     // there unchanged keep their actions.
+    void collectPackages();
     void recollect(bool keepMarks = false);
     void prepareFilterSearch();
     void anyFilterChanged();

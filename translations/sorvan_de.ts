@@ -190,12 +190,12 @@ Dies entspricht der Option debuglevel (-d) von yum.</translation>
     </message>
     <message>
         <location line="+2"/>
-        <location line="+456"/>
+        <location line="+468"/>
         <source>&amp;Quit</source>
         <translation>&amp;Beenden</translation>
     </message>
     <message>
-        <location line="-455"/>
+        <location line="-467"/>
         <source>Ctrl+Q</source>
         <translation>Ctrl+Q</translation>
     </message>
@@ -291,18 +291,18 @@ Dies entspricht der Option debuglevel (-d) von yum.</translation>
     </message>
     <message>
         <location line="+18"/>
-        <location line="+547"/>
+        <location line="+559"/>
         <source>Filter</source>
         <translation>Filtern</translation>
     </message>
     <message>
-        <location line="-546"/>
-        <location line="+542"/>
+        <location line="-558"/>
+        <location line="+554"/>
         <source>Search</source>
         <translation>Suchen</translation>
     </message>
     <message>
-        <location line="-534"/>
+        <location line="-546"/>
         <source>Regular expression</source>
         <translation>Regulärer Ausdruck</translation>
     </message>
@@ -368,12 +368,12 @@ Dies entspricht der Option debuglevel (-d) von yum.</translation>
     </message>
     <message>
         <location line="+4"/>
-        <location line="+282"/>
+        <location line="+291"/>
         <source>Re&amp;fresh</source>
         <translation>&amp;Neu laden</translation>
     </message>
     <message>
-        <location line="-280"/>
+        <location line="-289"/>
         <source>Refresh the list of installed packages and packages available for update.
 Use this to check for new updates in repositories, or if any packages were installed manually.</source>
         <translation>Die Liste der installierten Pakete und der verfügbaren Aktualisierungen neu laden.
@@ -448,24 +448,24 @@ Wenn nicht, wird das Paket gezeigt, dessen Architektur der Basisarchitektur am n
     </message>
     <message>
         <location line="+22"/>
-        <location line="+451"/>
+        <location line="+463"/>
         <source>Unlisted Actions</source>
         <translation>Nicht angezeigte Aktionen</translation>
     </message>
     <message>
-        <location line="-379"/>
+        <location line="-391"/>
         <source>SORVAN runs without root (user id %1): it lists and searches packages, but applying actions needs root. Start it as root to change the system, for example with: pkexec sorvan</source>
         <translation>SORVAN läuft ohne Root-Rechte (Benutzerkennung %1): Es zeigt und durchsucht Pakete, aber zum Anwenden von Aktionen sind Root-Rechte nötig. Starten Sie es als root, um das System zu ändern, zum Beispiel mit: pkexec sorvan</translation>
     </message>
     <message>
-        <location line="+121"/>
-        <location line="+39"/>
+        <location line="+130"/>
+        <location line="+42"/>
         <location line="+63"/>
         <source>SORVAN</source>
         <translation>SORVAN</translation>
     </message>
     <message numerus="yes">
-        <location line="-101"/>
+        <location line="-104"/>
         <source>%n marked action(s) will be lost.</source>
         <translation>
             <numerusform>%n vorgemerkte Aktion geht verloren.</numerusform>
@@ -478,7 +478,7 @@ Wenn nicht, wird das Paket gezeigt, dessen Architektur der Basisarchitektur am n
         <translation>Die Paketliste neu laden?</translation>
     </message>
     <message>
-        <location line="+23"/>
+        <location line="+26"/>
         <source>SORVAN will quit as soon as the running operation has finished.
 A transaction that has started is never interrupted.</source>
         <translation>SORVAN wird beendet, sobald der laufende Vorgang abgeschlossen ist.
@@ -1821,28 +1821,28 @@ Dies kann für eine einzelne Sitzung geändert werden.</translation>
     <message>
         <location filename="../repo/YumConfIO.cpp" line="+114"/>
         <location line="+187"/>
-        <location line="+15"/>
+        <location line="+29"/>
         <source>Error reading repository configuration file %1</source>
         <translation>Fehler beim Lesen der Paketquellen-Konfigurationsdatei %1</translation>
     </message>
     <message>
-        <location line="-76"/>
+        <location line="-90"/>
         <source>Malformed section name in line: %1</source>
         <translation>Fehlerhafter Abschnittsname in der Zeile: %1</translation>
     </message>
     <message>
-        <location line="+102"/>
+        <location line="+118"/>
         <source>Unable to read yum configuration file %1</source>
         <translation>Die Yum-Konfigurationsdatei %1 kann nicht gelesen werden</translation>
     </message>
     <message>
         <location line="+17"/>
-        <location line="+386"/>
+        <location line="+405"/>
         <source>Unable to stat repository configuration file %1</source>
         <translation>Der Status der Paketquellen-Konfigurationsdatei %1 kann nicht ermittelt werden</translation>
     </message>
     <message>
-        <location line="-377"/>
+        <location line="-396"/>
         <source>Unable to read repository configuration file %1</source>
         <translation>Die Paketquellen-Konfigurationsdatei %1 kann nicht gelesen werden</translation>
     </message>
@@ -1867,7 +1867,7 @@ Dies kann für eine einzelne Sitzung geändert werden.</translation>
         <translation>Paketquellen-Editor</translation>
     </message>
     <message>
-        <location line="+111"/>
+        <location line="+127"/>
         <source>The Identifier &quot;%1&quot; contains &quot;%2&quot;, which dnf does not accept in an identifier: use letters, digits and the characters - _ . : only.  Nothing was written.</source>
         <translation>Die Kennung „%1“ enthält „%2“, was dnf in einer Kennung nicht akzeptiert: Verwenden Sie nur Buchstaben, Ziffern und die Zeichen - _ . :.  Es wurde nichts geschrieben.</translation>
     </message>
@@ -1923,24 +1923,24 @@ Dies kann für eine einzelne Sitzung geändert werden.</translation>
     </message>
     <message>
         <location line="+12"/>
-        <location line="+58"/>
-        <location line="+18"/>
+        <location line="+59"/>
+        <location line="+20"/>
         <source>Unable to write repository configuration file %1</source>
         <translation>Die Paketquellen-Konfigurationsdatei %1 kann nicht geschrieben werden</translation>
     </message>
     <message>
-        <location line="-43"/>
+        <location line="-45"/>
         <source>Repository configuration file %1 is written in Latin-1, which cannot hold every character of the repositories placed in it.  Nothing was written.</source>
         <translation>Die Paketquellen-Konfigurationsdatei %1 ist in Latin-1 geschrieben, das nicht alle Zeichen der darin abgelegten Paketquellen darstellen kann.  Es wurde nichts geschrieben.</translation>
     </message>
     <message>
-        <location line="+84"/>
+        <location line="+86"/>
         <source>Unable to unlink repository configuration file %1</source>
         <translation>Die Paketquellen-Konfigurationsdatei %1 kann nicht gelöscht werden</translation>
     </message>
     <message>
         <location line="+16"/>
-        <location line="+5"/>
+        <location line="+11"/>
         <source>SORVAN Repository Editor Error</source>
         <translation>SORVAN – Fehler im Paketquellen-Editor</translation>
     </message>
@@ -1989,7 +1989,9 @@ Dies kann für eine einzelne Sitzung geändert werden.</translation>
     </message>
     <message>
         <location line="+12"/>
-        <location filename="../yumio/YumIOCollect.cpp" line="+88"/>
+        <location filename="../yumio/YumIOCollect.cpp" line="+50"/>
+        <location line="+21"/>
+        <location line="+10"/>
         <source>Unable to initialize</source>
         <translation>Initialisierung nicht möglich</translation>
     </message>
@@ -2078,7 +2080,7 @@ Auf manchen Distributionen verursacht PackageKit das bekanntermaßen.</translati
         <translation>Fehler beim %1</translation>
     </message>
     <message>
-        <location filename="../yumio/YumIOApply.cpp" line="+47"/>
+        <location filename="../yumio/YumIOApply.cpp" line="+48"/>
         <source>update</source>
         <translation>Aktualisieren</translation>
     </message>
@@ -2118,13 +2120,13 @@ Starten Sie SORVAN als root, um Aktionen anzuwenden, zum Beispiel mit: pkexec so
     </message>
     <message>
         <location line="+1"/>
-        <location line="+736"/>
-        <location filename="../yumio/YumIOCollect.cpp" line="-44"/>
+        <location line="+703"/>
+        <location filename="../yumio/YumIOCollect.cpp" line="+24"/>
         <source>Preparing</source>
         <translation>Vorbereiten</translation>
     </message>
     <message>
-        <location line="-686"/>
+        <location line="-653"/>
         <source>Unable to add package %1 to removes list</source>
         <translation>Paket %1 kann nicht zur Liste der Entfernungen hinzugefügt werden</translation>
     </message>
@@ -2262,12 +2264,12 @@ Wie möchten Sie fortfahren?</translation>
         <translation>Für Gruppe %1 wird Paket %2 nicht für „%3“ vorgemerkt, weil %4</translation>
     </message>
     <message>
-        <location line="+39"/>
+        <location line="+30"/>
         <source>Internal error: unexpected TSINFO: %1</source>
         <translation>Interner Fehler: Unerwartete TSINFO: %1</translation>
     </message>
     <message>
-        <location line="+43"/>
+        <location line="+19"/>
         <source>Internal error: TSINFO mentions package %1 which does not appear to be a valid envra; interpreting as package name</source>
         <translation>Interner Fehler: TSINFO nennt das Paket %1, das kein gültiges ENVRA zu sein scheint; es wird als Paketname gedeutet</translation>
     </message>
@@ -2631,12 +2633,43 @@ Von: %5</translation>
         <translation>Alles wird gelöscht</translation>
     </message>
     <message>
-        <location filename="../yumio/YumIOCollect.cpp" line="-21"/>
+        <location filename="../yumio/YumIOCollect.cpp" line="-81"/>
         <source>Unable to obtain yum lock</source>
         <translation>Die Yum-Sperre kann nicht erlangt werden</translation>
     </message>
     <message>
-        <location line="+17"/>
+        <location line="+51"/>
+        <source>Repository Unavailable</source>
+        <translation>Paketquelle nicht erreichbar</translation>
+    </message>
+    <message>
+        <location line="+1"/>
+        <source>The repository %1 cannot be read:
+%2
+
+Disable it for this session and read the other repositories?</source>
+        <translation>Die Paketquelle %1 kann nicht gelesen werden:
+%2
+
+Sie für diese Sitzung deaktivieren und die übrigen Paketquellen lesen?</translation>
+    </message>
+    <message>
+        <location line="+3"/>
+        <source>&amp;Disable for This Session</source>
+        <translation>Für diese Sitzung &amp;deaktivieren</translation>
+    </message>
+    <message>
+        <location line="+0"/>
+        <source>&amp;Cancel</source>
+        <translation>&amp;Abbrechen</translation>
+    </message>
+    <message>
+        <location line="+11"/>
+        <source>Repository %1 is disabled for this session.</source>
+        <translation>Die Paketquelle %1 ist für diese Sitzung deaktiviert.</translation>
+    </message>
+    <message>
+        <location line="+11"/>
         <source>Initialization</source>
         <translation>Initialisierung</translation>
     </message>
@@ -2656,14 +2689,14 @@ Von: %5</translation>
         <translation>Interner Fehler: yumIO.repos.repos ist kein Wörterbuch</translation>
     </message>
     <message>
-        <location line="+11"/>
+        <location line="+12"/>
         <source>No repositories are configured.
 Under the Repositories menu, Edit Configuration can be used to configure repositories.</source>
         <translation>Es sind keine Paketquellen konfiguriert.
 Im Menü „Paketquellen“ lassen sich mit „Konfiguration bearbeiten“ Paketquellen einrichten.</translation>
     </message>
     <message>
-        <location line="+5"/>
+        <location line="+6"/>
         <source>No repositories are enabled.
 Under the Repositories menu, Edit Configuration can be used to configure repositories.</source>
         <translation>Es sind keine Paketquellen aktiviert.
@@ -2675,7 +2708,7 @@ Im Menü „Paketquellen“ lassen sich mit „Konfiguration bearbeiten“ Paket
         <translation>Paketquellen werden gelesen</translation>
     </message>
     <message>
-        <location line="+20"/>
+        <location line="+12"/>
         <source>Collecting updatable packages</source>
         <translation>Aktualisierbare Pakete werden gesammelt</translation>
     </message>

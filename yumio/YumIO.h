@@ -224,6 +224,9 @@ public:
     // The repositories enabled in the last collection, and its base
     // architecture.
     QStringList enabledRepos() const { return enabledRepoIds; }
+    // Repositories the user chose to disable for this session when the last
+    // collection could not reach them.
+    QStringList unreachableReposDisabled() const { return unreachableDisabled; }
     QString baseArch() const { return baseArchitecture; }
     // The base architectures of the packages collected.
     QSet<QString> baseArchs() const { return baseArchitectures; }
@@ -291,6 +294,9 @@ private:
     bool collectExtraReal(char const* method, QString const& total, QString const& item, QString const& what,
         char const* internalError);
     bool takeLock();
+    // Reads the enabled repositories; a repository that cannot be reached
+    // may be disabled for the session, at the user's word, and the others read.
+    bool setupRepos(PyObject* store);
     // Closes the expectation scope and the progress display of a failed step.
     bool collectFailed();
 
@@ -464,6 +470,7 @@ private:
     bool locked = false;
     PyObject* repoDict = nullptr; // owned
     QStringList enabledRepoIds;
+    QStringList unreachableDisabled;
     QString baseArchitecture;
 
     bool yumVersionStrComputed = false;

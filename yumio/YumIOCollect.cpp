@@ -2,6 +2,7 @@
 #include "progress/Progress.h"
 #include "yumio/YumIO.h"
 #include "yumio/YumIOCapturers.h"
+#include "yumio/Secrets.h"
 #include "yumio/YumIODialogs.h"
 
 bool YumIO::collectFailed()
@@ -30,6 +31,66 @@ bool YumIO::takeLock()
     pyExceptClear();
     locked = true;
     return true;
+}
+
+bool YumIO::setupRepos(PyObject* store)
+{
+    for (;;) {
+        pyExceptStart();
+        pyExceptExpect(repoErrorType);
+        pyExceptExpect(bdbQuitType);
+        PyObject* result = pyMethodCall(yumIO, "setupRepos", "()");
+        if (result) {
+            Py_DECREF(result);
+            pyExceptClear();
+            return true;
+        }
+        if (!pyExceptMatches(result, repoErrorType)) {
+            if (pyExceptMatches(result, bdbQuitType))
+                pythonExceptionV(tr("Unable to initialize"));
+            return collectFailed();
+        }
+        // The engine's error names the repository it could not read in its
+        // `repo` attribute; the error stays pending for the report.
+        QString repo;
+        {
+            PyObject* type = nullptr;
+            PyObject* value = nullptr;
+            PyObject* traceback = nullptr;
+            PyErr_Fetch(&type, &value, &traceback);
+            PyErr_NormalizeException(&type, &value, &traceback);
+            PyObject* id = value ? PyObject_GetAttrString(value, "repo") : nullptr;
+            if (id && PyUnicode_Check(id))
+                if (char const* text = PyUnicode_AsUTF8(id))
+                    repo = QString::fromUtf8(text);
+            Py_XDECREF(id);
+            PyErr_Clear();
+            PyErr_Restore(type, value, traceback);
+        }
+        if (!enabledRepoIds.contains(repo) || enabledRepoIds.size() < 2) {
+            pythonExceptionV(tr("Unable to initialize"));
+            return collectFailed();
+        }
+        QString const message = Secrets::masked(pyStringXDec(pyExceptValuef()));
+        int const answer = dialogs->warning(tr("Repository Unavailable"),
+            tr("The repository %1 cannot be read:\n%2\n\nDisable it for this session and read the other "
+               "repositories?")
+                .arg(repo, message),
+            tr("&Disable for This Session"), tr("&Cancel"), QString(), 0, 1);
+        if (answer != 0) {
+            pythonExceptionV(tr("Unable to initialize"));
+            return collectFailed();
+        }
+        log(Log::Error, 0, message);
+        pyExceptClear();
+        PyObject* done = pyMethodCall(store, "disableRepo", "(s)", repo.toUtf8().constData());
+        if (!done)
+            return collectFailed();
+        Py_DECREF(done);
+        log(Log::Warning, 0, tr("Repository %1 is disabled for this session.").arg(repo));
+        unreachableDisabled.append(repo);
+        enabledRepoIds.removeAll(repo);
+    }
 }
 
 bool YumIO::collectReal(QHash<QString, bool> const& enables)
@@ -63,16 +124,18 @@ bool YumIO::collectReal(QHash<QString, bool> const& enables)
     Py_XSETREF(repoDict, dictionary);
 
     useRepos(store, enables);
-    Py_DECREF(store);
     enabledRepoIds = collectRepos(repoDict);
+    unreachableDisabled.clear();
     resetCollectMeters();
 
     if (PyDict_Size(repoDict) == 0) {
+        Py_DECREF(store);
         error(tr("No repositories are configured.\nUnder the Repositories menu, Edit Configuration can be "
                  "used to configure repositories."));
         return collectFailed();
     }
     if (enabledRepoIds.isEmpty()) {
+        Py_DECREF(store);
         error(tr("No repositories are enabled.\nUnder the Repositories menu, Edit Configuration can be used "
                  "to configure repositories."));
         return collectFailed();
@@ -80,18 +143,10 @@ bool YumIO::collectReal(QHash<QString, bool> const& enables)
 
     progress->startItem(tr("Reading repositories"), 900, 1);
     progress->setupItemActs(14000, 6 * Progress::Steps(enabledRepoIds.size()));
-    pyExceptStart();
-    pyExceptExpect(repoErrorType);
-    pyExceptExpect(bdbQuitType);
-    PyObject* result = pyMethodCall(yumIO, "setupRepos", "()");
-    if (pyExceptMatches(result, repoErrorType) || pyExceptMatches(result, bdbQuitType)) {
-        pythonExceptionV(tr("Unable to initialize"));
-        return collectFailed();
-    }
-    if (!result)
-        return collectFailed();
-    Py_DECREF(result);
-    pyExceptClear();
+    bool const read = setupRepos(store);
+    Py_DECREF(store);
+    if (!read)
+        return false;
     progress->endItemActs();
 
     baseArchitecture = getYumVar(QStringLiteral("basearch"));
@@ -101,7 +156,7 @@ bool YumIO::collectReal(QHash<QString, bool> const& enables)
     progress->startItem(tr("Collecting updatable packages"), 4000, 1);
     pyExceptStart();
     commExceptSetup();
-    result = pyMethodCall(yumIO, "setupTs", "()");
+    PyObject* result = pyMethodCall(yumIO, "setupTs", "()");
     if (commExceptRaised(result, tr("setup transaction")) || !result)
         return collectFailed();
     Py_DECREF(result);

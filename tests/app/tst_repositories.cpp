@@ -1,6 +1,7 @@
 // The repositories as the main window uses them: the credentials asked for
 // at start, the editor opened at start, and a repository added in the editor
-// that the engine then reads.  Each case runs on its own sandbox root, the
+// that the engine then reads, a repository that cannot be read, and a quit
+// asked for while the window starts.  Each case runs on its own sandbox root, the
 // buffet repository served by the sandbox's own HTTP front end.
 #include "app/MainWindow.h"
 #include "app/Startup.h"
@@ -17,6 +18,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
+#include <sys/file.h>
 #include <sys/stat.h>
 
 using namespace SessionTest;
@@ -198,6 +200,53 @@ private Q_SLOTS:
                             .value(0)
                             .row();
         QCOMPARE(model->index(row, 5).data().toString(), QStringLiteral("added"));
+    }
+
+    // A repository that cannot be read is named, and disabling it for the
+    // session lists every other repository's packages, then and after a
+    // refresh; refusing leaves the table empty and the window usable.
+    void unreachableRepository_data()
+    {
+        columns<QString, bool>("button", "listed");
+        row("disable", "Disable for This Session", true);
+        row("cancel", "Cancel", false);
+    }
+    void unreachableRepository()
+    {
+        QFETCH(QString, button);
+        QFETCH(bool, listed);
+        QFile gone(root + "/etc/yum.repos.d/gone.repo");
+        QVERIFY(gone.open(QIODevice::WriteOnly));
+        gone.write("[gone]\nname=Gone\nbaseurl=file://" + QFile::encodeName(root) + "/missing/\n");
+        gone.close();
+        User user({ { QStringLiteral("Repository Unavailable"), {}, button } });
+        start({});
+        QTRY_VERIFY_WITH_TIMEOUT(window->isInitialized(), 120000);
+        QVERIFY2(user.steps.isEmpty(), qPrintable(user.seen.join(u'|')));
+        QCOMPARE(names().contains(QStringLiteral("sv-tool")), listed);
+        QVERIFY(window->findChild<QWidget*>(QStringLiteral("mainPanel"))->isEnabled());
+        QCOMPARE(window->repoEnable.value(QStringLiteral("gone"), true), !listed);
+        if (listed) {
+            window->refresh();
+            QVERIFY2(user.seen.size() == 1, qPrintable(user.seen.join(u'|')));
+            QVERIFY(names().contains(QStringLiteral("sv-tool")));
+        } else {
+            QVERIFY2(user.seen.join(u'|').contains(QLatin1String("Yum Error")),
+                qPrintable(user.seen.join(u'|')));
+        }
+    }
+
+    // A quit asked for while the window starts (a signal, the close button)
+    // waits until the session is up, then ends it and releases the root.
+    void quitWhileStarting()
+    {
+        start({});
+        QTimer::singleShot(0, window, [this] { window->requestQuit(false); });
+        QTRY_VERIFY_WITH_TIMEOUT(!window->isVisible(), 120000);
+        QCOMPARE(window->yumSession(), nullptr);
+        QFile lock(root + "/var/run/sorvan.pid");
+        QVERIFY(lock.open(QIODevice::ReadWrite));
+        QCOMPARE(::flock(lock.handle(), LOCK_EX | LOCK_NB), 0);
     }
 
 private:
