@@ -159,7 +159,7 @@ int Startup::run(int argc, char** argv)
     QApplication::setWindowIcon(QIcon(Share::absolute(QStringLiteral("pixmaps/sorvan.icon.png"))));
     QApplication::setApplicationName(QStringLiteral("SORVAN"));
     QApplication::setApplicationVersion(QStringLiteral(SORVAN_VERSION));
-    QApplication::setDesktopFileName(QStringLiteral("sorvan"));
+    QApplication::setDesktopFileName(QStringLiteral("io.github.sorvan.Sorvan"));
     installTranslations(app);
 
     application = &app;
