@@ -81,12 +81,10 @@ private Q_SLOTS:
 
     void shareAbsolute_data()
     {
-        QTest::addColumn<QByteArray>("env"); // null: unset
-        QTest::addColumn<QString>("expected");
-
-        QTest::newRow("set") << QByteArray("/opt/x") << "/opt/x/icons/check.png";
-        QTest::newRow("empty value is used as it is") << QByteArray("") << "/icons/check.png";
-        QTest::newRow("unset") << QByteArray() << SORVAN_SHARE_DEFAULT "/icons/check.png";
+        columns<QByteArray, QString>("env", "expected"); // env null: unset
+        row("set", QByteArray("/opt/x"), "/opt/x/icons/check.png");
+        row("empty value is used as it is", QByteArray(""), "/icons/check.png");
+        row("unset", QByteArray(), SORVAN_SHARE_DEFAULT "/icons/check.png");
     }
 
     void shareAbsolute()
@@ -148,9 +146,9 @@ private Q_SLOTS:
 
     void executeDetachesWithoutZombie_data()
     {
-        QTest::addColumn<QString>("program");
-        QTest::newRow("a viewer") << "/bin/sh";
-        QTest::newRow("a missing viewer") << "/nonexistent/viewer";
+        columns<QString>("program");
+        row("a viewer", "/bin/sh");
+        row("a missing viewer", "/nonexistent/viewer");
     }
 
     void executeDetachesWithoutZombie()
