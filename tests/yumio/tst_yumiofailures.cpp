@@ -153,17 +153,22 @@ private Q_SLOTS:
         QVERIFY(recovers());
     }
 
-    // An enabled repository that cannot be reached: the engine's own error
-    // lines of the failed call and the summary, in one box; detail lines
-    // (level 3 and up) stay in the log.
+    // An enabled repository that cannot be reached, not disabled when the
+    // user is asked: the engine's own error lines of the failed call and the
+    // summary, in one box; detail lines (level 3 and up) stay in the log.
     void unreachableRepository()
     {
         io->clear();
         QVERIFY(failOnce("setupRepos", "original(self, *args) or None",
             QStringLiteral("        yumIOC.errorlog(3, 'a detail of the failure')\n"
                            "        yumIOC.errorlog(0, 'an error before the failure')\n")));
-        QVERIFY(!io->collect({ { "sv-unreachable", true } }));
-        QCOMPARE(answerer.dialogs.size(), 1);
+        answerer.answer = QStringLiteral("&Cancel");
+        bool const collected = io->collect({ { "sv-unreachable", true } });
+        answerer.answer.clear();
+        QVERIFY(!collected);
+        QCOMPARE(answerer.dialogs.size(), 2);
+        Dialog const question = answerer.dialogs.takeFirst();
+        QVERIFY2(question.kind == Dialog::Warning && question.text.contains("sv-unreachable"), qPrintable(question.text));
         QCOMPARE(lastKind(), int(Dialog::Scrollable));
         QString const text = answerer.summary();
         QVERIFY2(text.startsWith(error + "an error before the failure\n")
