@@ -7,6 +7,7 @@ Everything runs on a private X display, session bus and accessibility bus,
 never the desktop's: Qt's offscreen platform has no accessibility bridge, so
 the program runs on xcb under Xvfb.  Exits 77 (skipped) only when Xvfb, D-Bus,
 at-spi2-core or pyatspi are not installed."""
+import contextlib
 import importlib.util
 import os
 import shutil
@@ -36,9 +37,41 @@ def wait_for(what, probe, seconds):
     fail("timed out waiting for " + what)
 
 
+def stop_xvfb(xvfb):
+    # Asked first, so that it removes its lock file and socket.
+    with contextlib.suppress(ProcessLookupError):
+        os.killpg(xvfb.pid, signal.SIGTERM)
+    try:
+        xvfb.wait(timeout=5)
+    except subprocess.TimeoutExpired:
+        os.killpg(xvfb.pid, signal.SIGKILL)
+        xvfb.wait()
+
+
+def start_xvfb():
+    """A private X server on a free display, once a client can connect to it."""
+    for _ in range(3):
+        read, write = os.pipe()
+        xvfb = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-nolisten", "tcp",
+                                 "-screen", "0", "1280x1024x24"], pass_fds=[write],
+                                stderr=subprocess.DEVNULL, start_new_session=True)
+        os.close(write)
+        with os.fdopen(read) as pipe:
+            display = pipe.readline().strip()
+        deadline = time.monotonic() + 10
+        while display and time.monotonic() < deadline and xvfb.poll() is None:
+            if subprocess.run(["xdpyinfo", "-display", ":" + display], stdout=subprocess.DEVNULL,
+                              stderr=subprocess.DEVNULL).returncode == 0:
+                return xvfb, display
+            time.sleep(0.2)
+        stop_xvfb(xvfb)
+    fail("Xvfb did not start a display a client can connect to")
+
+
 def outside():
     missing = [name for name, there in (
-        ("Xvfb", shutil.which("Xvfb")), ("dbus-run-session", shutil.which("dbus-run-session")),
+        ("Xvfb", shutil.which("Xvfb")), ("xdpyinfo", shutil.which("xdpyinfo")),
+        ("dbus-run-session", shutil.which("dbus-run-session")),
         (LAUNCHER, os.access(LAUNCHER, os.X_OK)), ("pyatspi", importlib.util.find_spec("pyatspi")))
         if not there]
     if missing:
@@ -50,17 +83,9 @@ def outside():
                if not k.startswith(("DBUS_", "AT_SPI", "DISPLAY", "WAYLAND", "XDG_"))}
         env.update(XDG_RUNTIME_DIR=tmp, XDG_CONFIG_HOME=tmp + "/config", XDG_CACHE_HOME=tmp + "/cache",
                    GSETTINGS_BACKEND="memory")
-        read, write = os.pipe()
-        xvfb = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-nolisten", "tcp",
-                                 "-screen", "0", "1280x1024x24"], pass_fds=[write],
-                                stderr=subprocess.DEVNULL, start_new_session=True)
-        os.close(write)
+        xvfb, display = start_xvfb()
         inner = None
         try:
-            with os.fdopen(read) as pipe:
-                display = pipe.readline().strip()
-            if not display:
-                fail("Xvfb did not start")
             env["DISPLAY"] = ":" + display
             # The private session and everything started in it (bus launcher,
             # buses, registry, the program) share one process group.
@@ -71,13 +96,11 @@ def outside():
         except subprocess.TimeoutExpired:
             fail("no result within %d s" % WHOLE_SECONDS)
         finally:
-            for proc in (inner, xvfb):
-                if proc:
-                    try:
-                        os.killpg(proc.pid, signal.SIGKILL)
-                    except ProcessLookupError:
-                        pass
-                    proc.wait()
+            if inner:
+                with contextlib.suppress(ProcessLookupError):
+                    os.killpg(inner.pid, signal.SIGKILL)
+                inner.wait()
+            stop_xvfb(xvfb)
 
 
 # What a screen reader may say for each icon-only cell.
