@@ -29,6 +29,20 @@ class ConfigurationTest(RootTestCase):
         os.unlink(dup)
         self.assertTrue(self.collect(self.session()).available)
 
+    def test_files_dnf_would_misread_are_read_with_a_warning(self):
+        latin = self.writeFile("/etc/yum.repos.d/latin.repo",
+                               b"[latin]\nname=Caf\xe9\nbaseurl=file:///nowhere/\nenabled=0\n"
+                               b"[latin]\ngpgcheck=0\n", "wb")
+        fifo = self.path("/etc/yum.repos.d/zz.repo")
+        os.mkfifo(fifo)
+        y = self.session()
+        self.assertEqual(y.repos.repos["latin"].name, "Caf\xe9")
+        warned = "\n".join(t for _, t in yumIOC.of("errorlog"))
+        for part in (latin + ", line 2: the file is not UTF-8", latin + ", line 5: the section [latin]",
+                     fifo + " is not a regular file"):
+            self.assertIn(part, warned)
+        self.assertTrue(self.collect(y).available)
+
     def test_the_files_the_repository_editor_reads(self):
         # The main file's reposdir, and the main file that the editor picks.
         os.unlink(self.path("/etc/yum.conf"))

@@ -9,12 +9,25 @@ afresh each time it reloads metadata.
 import fnmatch
 import glob
 import os
+import re
+import tempfile
 
 import dnf.conf.read
 import dnf.exceptions
 import dnf.util
 
+from sorvanyum import output
 from yum.Errors import RepoError
+
+log = output.logger()
+# The store reads the files again for every session: each warning is given once.
+_warned = set()
+
+
+def _warnOnce(message):
+    if message not in _warned:
+        _warned.add(message)
+        log.warning(message)
 
 
 def configFiles(conf):
@@ -25,9 +38,46 @@ def configFiles(conf):
     repoFiles = []
     for directory in conf.reposdir:
         repoFiles.extend(glob.glob(os.path.join(directory, "*.repo")))
-    repoFiles = [p for p in repoFiles if not os.path.isdir(p)]
+    # Reading a FIFO or a device would wait for ever: only regular files.
+    for path in repoFiles:
+        if not os.path.isdir(path) and not os.path.isfile(path):
+            _warnOnce("%s is not a regular file; it is skipped" % path)
+    repoFiles = [p for p in repoFiles if os.path.isfile(p)]
     repoFiles.sort(key=lambda p: dnf.util.split_path(p[:-5]))
     return files + repoFiles
+
+
+def _parseFile(reader, path):
+    """The repositories of one file.  dnf's parser takes only UTF-8: a file
+    that is not is read as Latin-1, through a UTF-8 copy.  A section that
+    appears twice, which dnf reads as one, is pointed out."""
+    try:
+        with open(path, "rb") as f:
+            data = f.read()
+    except OSError:
+        return list(reader._get_repos(path))
+    try:
+        text = data.decode("utf-8")
+        found = list(reader._get_repos(path))
+    except UnicodeDecodeError as e:
+        _warnOnce("%s, line %d: the file is not UTF-8; it is read as Latin-1"
+                  % (path, data.count(b"\n", 0, e.start) + 1))
+        text = data.decode("latin-1")
+        with tempfile.TemporaryDirectory(prefix="sorvan-repo-") as tmp:
+            copy = os.path.join(tmp, os.path.basename(path))
+            with open(copy, "w", encoding="utf-8") as f:
+                f.write(text)
+            found = list(reader._get_repos(copy))
+        for repo in found:
+            repo.repofile = path
+    seen = set()
+    for match in re.finditer(r"^[ \t]*\[([^\]\n]*)\]", text, re.M):
+        section = match.group(1).strip()
+        if section in seen:
+            _warnOnce("%s, line %d: the section [%s] appears again; its lines count as the "
+                      "first one's" % (path, text.count("\n", 0, match.start()) + 1, section))
+        seen.add(section)
+    return found
 
 
 def readRepos(conf):
@@ -41,7 +91,7 @@ def readRepos(conf):
     seen = {}
     for path in configFiles(conf):
         try:
-            found = list(reader._get_repos(path))
+            found = _parseFile(reader, path)
         except dnf.exceptions.ConfigError as e:
             errors.append(str(e))
             continue
