@@ -1,12 +1,14 @@
 """Repositories: the configuration the engine reads, the ones it cannot use,
 and what it does with one served over HTTP."""
 
+import glob
 import os
+import shutil
 import sys
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import yumIOC  # noqa: E402
-from enginetest import RootTestCase, names, run  # noqa: E402
+from enginetest import REPOS, RootTestCase, names, run  # noqa: E402
 
 
 class ConfigurationTest(RootTestCase):
@@ -68,6 +70,20 @@ class UnusableRepositoryTest(RootTestCase):
         self.assertIsInstance(caught.exception, self.Errors.RepoError)
         self.assertEqual(caught.exception.pid, pid)
         self.assertIn(str(pid), caught.exception.value)
+
+
+    def test_damaged_metadata_says_what_to_do(self):
+        repo = os.path.join(self.tmp, "damaged")
+        shutil.copytree(os.path.join(REPOS, "sv-faults"), repo)
+        with open(glob.glob(repo + "/repodata/*-primary.xml.gz")[0], "r+b") as f:
+            f.truncate(40)
+        self.writeFile("/etc/yum.repos.d/damaged.repo", "[damaged]\nname=D\nbaseurl=file://%s/\n" % repo)
+        y = self.session()
+        y.lock()
+        with self.assertRaises(self.Errors.RepoError) as caught:
+            y.setupRepos()
+        self.assertEqual(caught.exception.repo, "damaged")
+        self.assertRegex(caught.exception.value, r"primary\.xml\.gz of repository 'damaged'.*Clean XML Metadata")
 
 
 class HttpRepositoryTest(RootTestCase):

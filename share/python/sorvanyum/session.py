@@ -165,6 +165,14 @@ class Session:
                 repo.disable()
                 return
             message = str(e)
+            # The index was read but a file it lists was not the file it
+            # describes: a truncated or stale copy, here or on the server.
+            damaged = re.search(r"(repodata/\S+) - Cannot download, all mirrors were already tried", message)
+            if damaged:
+                message += ("\nThe metadata file %s of repository '%s' could not be read intact: it is "
+                            "damaged in the cache or in the repository. Clean the metadata (Cache menu, "
+                            "Clean XML Metadata) and try again; if the error stays, the repository itself "
+                            "is damaged." % (damaged.group(1), repo.id))
             if "All mirrors were tried" in message:
                 raise NoMoreMirrorsRepoError(message, repo.id) from None
             raise RepoError(message, repo.id) from None
