@@ -356,6 +356,7 @@ void MainWindow::initialize()
 
     setReady(false);
     if (!session->initialize()) {
+        startFailed = true;
         setReady(true);
         quit();
         return;

@@ -63,6 +63,9 @@ public:
     void setVisible(bool visible) override;
 
     bool isInitialized() const { return initialized; }
+    // The engine could not be started (reported): the program ends with a
+    // failure status.
+    bool hasStartFailed() const { return startFailed; }
     YumIO* yumSession() const { return session; }
 
     QIcon updateIcon;
@@ -154,6 +157,7 @@ private:
     // The interpreter and the script run: extra data can be loaded.
     bool sessionStarted;
     bool busyCursor;
+    bool startFailed = false;
     // A quit waits for the running operation; quitting is under way.
     bool quitPending;
     bool quitting;

@@ -26,3 +26,8 @@ QString Share::absolute(QString const& relative)
     QString const dir = env ? QString::fromLocal8Bit(env) : installed;
     return QStringLiteral("%1/%2").arg(dir, relative);
 }
+
+bool Share::fromEnvironment()
+{
+    return std::getenv("SORVANSHARE") != nullptr;
+}

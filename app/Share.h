@@ -9,6 +9,9 @@ namespace Share
 // installedDir).  Whether the file exists is not checked.
 QString absolute(QString const& relative);
 
+// Whether the directory comes from $SORVANSHARE rather than the installation.
+bool fromEnvironment();
+
 // An installed directory: `fromProgram`, taken relative to the directory of
 // the running executable, when that directory exists, else `compiled`.  A
 // tree installed under another prefix, or staged under DESTDIR, thus uses

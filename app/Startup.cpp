@@ -181,5 +181,6 @@ int Startup::run(int argc, char** argv)
         });
     }
     mainWindow->show();
-    return app.exec();
+    int const ended = app.exec();
+    return ended == 0 && mainWindow->hasStartFailed() ? 1 : ended;
 }

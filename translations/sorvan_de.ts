@@ -190,12 +190,12 @@ Dies entspricht der Option debuglevel (-d) von yum.</translation>
     </message>
     <message>
         <location line="+2"/>
-        <location line="+468"/>
+        <location line="+469"/>
         <source>&amp;Quit</source>
         <translation>&amp;Beenden</translation>
     </message>
     <message>
-        <location line="-467"/>
+        <location line="-468"/>
         <source>Ctrl+Q</source>
         <translation>Ctrl+Q</translation>
     </message>
@@ -291,18 +291,18 @@ Dies entspricht der Option debuglevel (-d) von yum.</translation>
     </message>
     <message>
         <location line="+18"/>
-        <location line="+559"/>
+        <location line="+560"/>
         <source>Filter</source>
         <translation>Filtern</translation>
     </message>
     <message>
-        <location line="-558"/>
-        <location line="+554"/>
+        <location line="-559"/>
+        <location line="+555"/>
         <source>Search</source>
         <translation>Suchen</translation>
     </message>
     <message>
-        <location line="-546"/>
+        <location line="-547"/>
         <source>Regular expression</source>
         <translation>Regulärer Ausdruck</translation>
     </message>
@@ -368,12 +368,12 @@ Dies entspricht der Option debuglevel (-d) von yum.</translation>
     </message>
     <message>
         <location line="+4"/>
-        <location line="+291"/>
+        <location line="+292"/>
         <source>Re&amp;fresh</source>
         <translation>&amp;Neu laden</translation>
     </message>
     <message>
-        <location line="-289"/>
+        <location line="-290"/>
         <source>Refresh the list of installed packages and packages available for update.
 Use this to check for new updates in repositories, or if any packages were installed manually.</source>
         <translation>Die Liste der installierten Pakete und der verfügbaren Aktualisierungen neu laden.
@@ -448,7 +448,7 @@ Wenn nicht, wird das Paket gezeigt, dessen Architektur der Basisarchitektur am n
     </message>
     <message>
         <location line="+22"/>
-        <location line="+463"/>
+        <location line="+464"/>
         <source>Unlisted Actions</source>
         <translation>Nicht angezeigte Aktionen</translation>
     </message>
@@ -1953,7 +1953,7 @@ Dies kann für eine einzelne Sitzung geändert werden.</translation>
 <context>
     <name>YumIO</name>
     <message>
-        <location filename="../yumio/YumIO.cpp" line="+56"/>
+        <location filename="../yumio/YumIO.cpp" line="+57"/>
         <source>Unable to release yum lock</source>
         <translation>Die Yum-Sperre kann nicht freigegeben werden</translation>
     </message>
@@ -1974,16 +1974,32 @@ Dies kann für eine einzelne Sitzung geändert werden.</translation>
     </message>
     <message>
         <location line="+18"/>
-        <source>Internal error: unable to open YumIO.py</source>
-        <translation>Interner Fehler: YumIO.py kann nicht geöffnet werden</translation>
+        <source>the environment variable SORVANSHARE</source>
+        <translation>der Umgebungsvariablen SORVANSHARE</translation>
     </message>
     <message>
-        <location line="+8"/>
-        <source>Internal error: unable to execute YumIO.py</source>
-        <translation>Interner Fehler: YumIO.py kann nicht ausgeführt werden</translation>
+        <location line="+1"/>
+        <source>the installation (the environment variable SORVANSHARE can name another directory)</source>
+        <translation>der Installation (die Umgebungsvariable SORVANSHARE kann ein anderes Verzeichnis angeben)</translation>
     </message>
     <message>
-        <location line="+8"/>
+        <location line="+3"/>
+        <source>Cannot open SORVAN&apos;s companion script %1: %2
+SORVAN&apos;s shared-data directory comes from %3.</source>
+        <translation>Das Begleitskript von SORVAN %1 kann nicht geöffnet werden: %2
+Das Verzeichnis der gemeinsamen Daten von SORVAN stammt aus %3.</translation>
+    </message>
+    <message>
+        <location line="+12"/>
+        <source>Cannot run SORVAN&apos;s companion script %1:
+%2
+SORVAN&apos;s shared-data directory comes from %3.</source>
+        <translation>Das Begleitskript von SORVAN %1 kann nicht ausgeführt werden:
+%2
+Das Verzeichnis der gemeinsamen Daten von SORVAN stammt aus %3.</translation>
+    </message>
+    <message>
+        <location line="+10"/>
         <source>Internal error: cannot find python YumIO</source>
         <translation>Interner Fehler: Python-YumIO wurde nicht gefunden</translation>
     </message>

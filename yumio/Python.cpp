@@ -524,6 +524,34 @@ void Python::exceptionError()
           "the contents of the\nLog window, which should contain a walkback.");
 }
 
+QString Python::exceptionText()
+{
+    PyObject* type = nullptr;
+    PyObject* value = nullptr;
+    PyObject* traceback = nullptr;
+    PyErr_Fetch(&type, &value, &traceback);
+    if (!type)
+        return QString();
+    PyErr_NormalizeException(&type, &value, &traceback);
+    QString text;
+    PyObject* module = PyImport_ImportModule("traceback");
+    PyObject* lines = module ? PyObject_CallMethod(module, "format_exception", "OOO", type,
+                                   value ? value : Py_None, traceback ? traceback : Py_None)
+                             : nullptr;
+    if (lines && PyList_Check(lines)) {
+        for (Py_ssize_t i = 0; i < PyList_Size(lines); ++i)
+            if (char const* line = PyUnicode_AsUTF8(PyList_GetItem(lines, i)))
+                text += QString::fromUtf8(line);
+    }
+    PyErr_Clear();
+    Py_XDECREF(lines);
+    Py_XDECREF(module);
+    Py_XDECREF(type);
+    Py_XDECREF(value);
+    Py_XDECREF(traceback);
+    return text.trimmed();
+}
+
 PyObject* Python::pyExceptValue()
 {
     PyObject* type = nullptr;

@@ -5,6 +5,7 @@
 #define PY_SSIZE_T_CLEAN
 #include <Python.h>
 #include <QList>
+#include <QString>
 #include <cstdarg>
 
 // The thin layer between SORVAN and the embedded interpreter: starting it,
@@ -159,6 +160,9 @@ protected:
     virtual void exceptionError();
 
 public:
+    // The pending exception as Python prints it, traceback included; the
+    // exception is consumed.
+    static QString exceptionText();
     // The pending exception's value, normalized; it stays pending.
     PyObject* pyExceptValue();
     // Its message: the `value` attribute when it has one, else its str().

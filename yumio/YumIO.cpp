@@ -9,6 +9,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QMutexLocker>
 #include <QRegularExpression>
@@ -145,19 +146,29 @@ bool YumIO::initialize()
     if (PyErr_Occurred())
         handleException();
 
-    FILE* file = std::fopen(QFile::encodeName(scriptPath).constData(), "re");
-    if (!file) {
-        error(tr("Internal error: unable to open YumIO.py"));
+    // Where the script was looked for, for a message that says how to fix it.
+    QString const origin = Share::fromEnvironment()
+        ? tr("the environment variable SORVANSHARE")
+        : tr("the installation (the environment variable SORVANSHARE can name another directory)");
+    QFile file(scriptPath);
+    if (!file.open(QIODevice::ReadOnly)) {
+        error(tr("Cannot open SORVAN's companion script %1: %2\nSORVAN's shared-data directory comes from %3.")
+                  .arg(scriptPath, file.errorString(), origin));
         return false;
     }
-    int const ran = PyRun_SimpleFileExFlags(file, "YumIO.py", 0, nullptr);
-    std::fclose(file);
-    if (ran == -1) {
-        if (PyErr_Occurred())
-            handleException();
-        error(tr("Internal error: unable to execute YumIO.py"));
+    QByteArray const source = file.readAll();
+    file.close();
+    // Compiled and run here rather than by PyRun_SimpleFile, which would
+    // print a syntax error to the terminal only.
+    PyObject* code = Py_CompileString(source.constData(), QFile::encodeName(scriptPath).constData(), Py_file_input);
+    PyObject* ran = code ? PyEval_EvalCode(code, mainDict(), mainDict()) : nullptr;
+    Py_XDECREF(code);
+    if (!ran) {
+        error(tr("Cannot run SORVAN's companion script %1:\n%2\nSORVAN's shared-data directory comes from %3.")
+                  .arg(scriptPath, Secrets::masked(exceptionText()), origin));
         return false;
     }
+    Py_DECREF(ran);
 
     yumIOClass = PyDict_GetItemString(mainDict(), "YumIO");
     if (!yumIOClass) {

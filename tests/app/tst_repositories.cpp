@@ -13,6 +13,7 @@
 #include <QDialog>
 #include <QDir>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTemporaryDir>
@@ -81,7 +82,8 @@ private:
         if (dialog->windowTitle() == QLatin1String("SORVAN Repository Configuration Editor")
             || dialog->windowTitle() == QLatin1String("SORVAN Authentication"))
             return; // a step of its own comes
-        seen << dialog->windowTitle() + ": " + dialog->findChild<QObject*>()->property("text").toString();
+        auto* box = qobject_cast<QMessageBox*>(dialog);
+        seen << dialog->windowTitle() + ": " + (box ? box->text() : QString());
         dialog->accept();
     }
     QTimer timer;
@@ -247,6 +249,37 @@ private Q_SLOTS:
         QFile lock(root + "/var/run/sorvan.pid");
         QVERIFY(lock.open(QIODevice::ReadWrite));
         QCOMPARE(::flock(lock.handle(), LOCK_EX | LOCK_NB), 0);
+    }
+
+    // Without its companion script SORVAN names the file it looked for and
+    // where the directory came from, and ends with a failure status.
+    void companionScriptMissingOrBroken_data()
+    {
+        columns<QString, QString>("share", "expected");
+        row("empty SORVANSHARE", "", "script /python/YumIO.py: ");
+        row("no such directory", "/nonexistent", "script /nonexistent/python/YumIO.py: ");
+        row("syntax error", "broken", "SyntaxError");
+    }
+    void companionScriptMissingOrBroken()
+    {
+        QFETCH(QString, share);
+        QFETCH(QString, expected);
+        if (share == QLatin1String("broken")) {
+            share = dir.filePath(QStringLiteral("broken"));
+            QVERIFY(QDir().mkpath(share + "/python"));
+            QFile script(share + "/python/YumIO.py");
+            QVERIFY(script.open(QIODevice::WriteOnly));
+            script.write("def (:\n");
+        }
+        QByteArray const saved = qgetenv("SORVANSHARE");
+        qputenv("SORVANSHARE", share.toLocal8Bit());
+        User user({});
+        start({});
+        QTRY_VERIFY_WITH_TIMEOUT(!window->isVisible(), 60000);
+        qputenv("SORVANSHARE", saved);
+        QVERIFY(window->hasStartFailed());
+        QString const said = user.seen.join(u'|');
+        QVERIFY2(said.contains(expected) && said.contains(QLatin1String("SORVANSHARE")), qPrintable(said));
     }
 
 private:
