@@ -676,7 +676,24 @@ void MainWindow::filtersearch()
     proxy->setFilterRegExp(regexpEdit->text());
     if (search)
         setReady(true);
+    showRegexpValidity();
     anyFilterChanged();
+}
+
+void MainWindow::showRegexpValidity()
+{
+    // An expression that does not compile lets every package through, as
+    // if there were none: the field says so rather than leave it silent.
+    bool const valid = proxy->isExpressionValid();
+    QPalette palette = regexpEdit->palette();
+    palette.setColor(QPalette::Base, valid ? QApplication::palette(regexpEdit).color(QPalette::Base)
+                                           : QColor(Colors::errorBg()));
+    regexpEdit->setPalette(palette);
+    QString const note = valid ? QString() : tr("This expression is not valid: every package matches it.");
+    QString const tip = searchMode() ? tr("Regular expression to compare to all fields of a package")
+                                     : tr("Regular expression filter matching textual fields visible in the table");
+    regexpEdit->setToolTip(valid ? tip : tip + QLatin1Char('\n') + note);
+    regexpEdit->setAccessibleDescription(note);
 }
 
 void MainWindow::modeChanged(int mode)
@@ -686,15 +703,14 @@ void MainWindow::modeChanged(int mode)
         setReady(false);
     if (search) {
         filterButton->setText(tr("Search"));
-        regexpEdit->setToolTip(tr("Regular expression to compare to all fields of a package"));
         filterButton->setToolTip(tr("Perform the search for the regular expression specified to the left"));
     } else {
         filterButton->setText(tr("Filter"));
-        regexpEdit->setToolTip(tr("Regular expression filter matching textual fields visible in the table"));
         filterButton->setToolTip(tr("Apply the filter specified to the left"));
     }
     prepareFilterSearch();
     proxy->setMode(PackageTable::Mode(mode));
+    showRegexpValidity();
     if (search)
         setReady(initialized);
     anyFilterChanged();

@@ -125,6 +125,7 @@ private:
     // Collects the packages anew.  With `keepMarks`, entries that are still
     // there unchanged keep their actions.
     void collectPackages();
+    void showRegexpValidity();
     void recollect(bool keepMarks = false);
     void prepareFilterSearch();
     void anyFilterChanged();

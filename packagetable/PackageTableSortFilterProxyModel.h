@@ -46,6 +46,8 @@ public:
 
     // Must be a PackageTable::Model.
     void setSourceModel(HAbstractTableModel* model) override;
+    // Whether the expression compiles; one that does not filters nothing.
+    bool isExpressionValid() const { return expression.isEmpty() || regex.status() == 0; }
 
     // Each setter re-filters and re-sorts when the value changes, and does
     // nothing otherwise.

@@ -291,18 +291,18 @@ Dies entspricht der Option debuglevel (-d) von yum.</translation>
     </message>
     <message>
         <location line="+18"/>
-        <location line="+560"/>
+        <location line="+576"/>
         <source>Filter</source>
         <translation>Filtern</translation>
     </message>
     <message>
-        <location line="-559"/>
-        <location line="+555"/>
+        <location line="-575"/>
+        <location line="+572"/>
         <source>Search</source>
         <translation>Suchen</translation>
     </message>
     <message>
-        <location line="-547"/>
+        <location line="-564"/>
         <source>Regular expression</source>
         <translation>Regulärer Ausdruck</translation>
     </message>
@@ -448,12 +448,12 @@ Wenn nicht, wird das Paket gezeigt, dessen Architektur der Basisarchitektur am n
     </message>
     <message>
         <location line="+22"/>
-        <location line="+464"/>
+        <location line="+480"/>
         <source>Unlisted Actions</source>
         <translation>Nicht angezeigte Aktionen</translation>
     </message>
     <message>
-        <location line="-391"/>
+        <location line="-407"/>
         <source>SORVAN runs without root (user id %1): it lists and searches packages, but applying actions needs root. Start it as root to change the system, for example with: pkexec sorvan</source>
         <translation>SORVAN läuft ohne Root-Rechte (Benutzerkennung %1): Es zeigt und durchsucht Pakete, aber zum Anwenden von Aktionen sind Root-Rechte nötig. Starten Sie es als root, um das System zu ändern, zum Beispiel mit: pkexec sorvan</translation>
     </message>
@@ -514,27 +514,32 @@ SORVAN hat hier danach gesucht:
         <translation>&lt;p&gt;Weitere Informationen unter %1.&lt;/p&gt;</translation>
     </message>
     <message>
-        <location line="+34"/>
+        <location line="+37"/>
+        <source>This expression is not valid: every package matches it.</source>
+        <translation>Dieser Ausdruck ist ungültig: Jedes Paket passt auf ihn.</translation>
+    </message>
+    <message>
+        <location line="+1"/>
         <source>Regular expression to compare to all fields of a package</source>
         <translation>Regulärer Ausdruck, der mit allen Feldern eines Pakets verglichen wird</translation>
     </message>
     <message>
-        <location line="+1"/>
+        <location line="+13"/>
         <source>Perform the search for the regular expression specified to the left</source>
         <translation>Nach dem links angegebenen regulären Ausdruck suchen</translation>
     </message>
     <message>
-        <location line="+3"/>
+        <location line="-12"/>
         <source>Regular expression filter matching textual fields visible in the table</source>
         <translation>Regulärer Ausdruck als Filter über die in der Tabelle sichtbaren Textfelder</translation>
     </message>
     <message>
-        <location line="+1"/>
+        <location line="+15"/>
         <source>Apply the filter specified to the left</source>
         <translation>Den links angegebenen Filter anwenden</translation>
     </message>
     <message>
-        <location line="+43"/>
+        <location line="+44"/>
         <source>Specify the method for using a regular expression to select packages in the table:
 	Filter uses the textual fields visible in the table, as if they were separated by spaces.
 	Search uses all fields in packages, including list of Files, Change Log, Requires, etc.,

@@ -189,6 +189,22 @@ private Q_SLOTS:
         QVERIFY2(listedNames().size() > filtered, qPrintable(listedNames().join(u' ')));
     }
 
+    // An expression that does not compile lists everything, and the field
+    // says it is not valid until a valid one replaces it.
+    void invalidExpressionIsShown()
+    {
+        auto* edit = child<QLineEdit>("regexpEdit");
+        filterTo(".*");
+        int const all = int(listedNames().size());
+        filterTo("(");
+        QCOMPARE(int(listedNames().size()), all);
+        QVERIFY(!edit->accessibleDescription().isEmpty() && edit->toolTip().contains(edit->accessibleDescription()));
+        QVERIFY(edit->palette().color(QPalette::Base) != QApplication::palette(edit).color(QPalette::Base));
+        filterTo("^sv-tool$");
+        QVERIFY(edit->accessibleDescription().isEmpty());
+        QCOMPARE(edit->palette().color(QPalette::Base), QApplication::palette(edit).color(QPalette::Base));
+    }
+
     void busyWhileCollecting()
     {
         QWidget* panel = child<QWidget>("mainPanel");
