@@ -51,8 +51,10 @@ if(BUILD_TESTING)
            COMMAND ${_sorvan_check} installed ${_sorvan_stage} ${CMAKE_INSTALL_FULL_BINDIR}
                    ${CMAKE_INSTALL_FULL_DATADIR} ${SORVAN_APP_ID} "${SORVAN_ICON_SIZES}" ${CMAKE_SOURCE_DIR}
                    ${CMAKE_BINARY_DIR}/sandbox)
+  # The staged program is this build's: a sanitizer build's needs the same
+  # options as every other test's.
   set_tests_properties(desktop_installed PROPERTIES FIXTURES_REQUIRED "desktop_stage;sandbox"
-                       ENVIRONMENT "XDG_RUNTIME_DIR=${SORVAN_TEST_RUNTIME_DIR}")
+                       ENVIRONMENT "XDG_RUNTIME_DIR=${SORVAN_TEST_RUNTIME_DIR};${SORVAN_LSAN_OPTIONS}")
   add_test(NAME desktop_launcher
            COMMAND ${_sorvan_check} launcher ${_sorvan_stage}${CMAKE_INSTALL_FULL_BINDIR})
   set_tests_properties(desktop_launcher PROPERTIES FIXTURES_REQUIRED desktop_stage)
