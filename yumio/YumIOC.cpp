@@ -205,8 +205,10 @@ struct YumIOC {
         PyObject* meter = nullptr;
         if (!PyArg_ParseTuple(args, "O", &meter))
             return nullptr;
-        if (io && handler)
-            (io->*handler)(meter);
+        if constexpr (handler != nullptr) {
+            if (io)
+                (io->*handler)(meter);
+        }
         return none();
     }
 
