@@ -11,6 +11,7 @@
 #include <QApplication>
 #include <QDirIterator>
 #include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -140,7 +141,7 @@ private:
     void answer()
     {
         auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        if (!box || !box->isVisible() || m_answered.contains(box))
+        if (!box || !box->isVisible() || m_answered.contains(QPointer<QMessageBox>(box)))
             return;
         m_answered.append(box);
         auto standard
@@ -156,7 +157,8 @@ private:
 
     QTimer m_timer;
     QList<QMessageBox::StandardButton> m_answers;
-    QList<QMessageBox*> m_answered;
+    // Guarded: a later box may be allocated where an answered one was.
+    QList<QPointer<QMessageBox>> m_answered;
 };
 
 // A YumConfIO with the tables it refers to.
