@@ -568,27 +568,31 @@ PyObject* Python::pyExceptValue()
     return value;
 }
 
-PyObject* Python::pyExceptValuef()
+PyObject* Python::pyExceptRead(char const* attribute)
 {
     PyObject* value = pyExceptValue();
     if (!value)
         return nullptr;
     // Nothing may be pending while Python code runs (str() may be the
-    // exception's own __str__).
+    // exception's own __str__, an attribute a property).
     PyObject* type = nullptr;
     PyObject* pending = nullptr;
     PyObject* traceback = nullptr;
     PyErr_Fetch(&type, &pending, &traceback);
     PyObject* result = nullptr;
-    if (PyObject_HasAttrString(value, "value"))
-        result = PyObject_GetAttrString(value, "value");
-    if (!result) {
-        PyErr_Clear();
+    if (!attribute)
         result = pyCall("__builtins__.str", "(O)", value);
-    }
+    else if (PyObject_HasAttrString(value, attribute))
+        result = PyObject_GetAttrString(value, attribute);
     PyErr_Restore(type, pending, traceback);
     Py_DECREF(value);
     return result;
+}
+
+PyObject* Python::pyExceptValuef()
+{
+    PyObject* text = pyExceptRead("value");
+    return text ? text : pyExceptRead(nullptr);
 }
 
 // --- signals and debugging --------------------------------------------------

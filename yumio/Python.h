@@ -167,6 +167,9 @@ public:
     PyObject* pyExceptValue();
     // Its message: the `value` attribute when it has one, else its str().
     PyObject* pyExceptValuef();
+    // An attribute of the pending exception's value (null when it has none),
+    // or with none named its str(); the exception stays pending.
+    PyObject* pyExceptRead(char const* attribute);
 
     qsizetype pyExceptDepth() const { return expected.size(); }
     // Types declared in the innermost scope, null entries included.

@@ -50,23 +50,8 @@ bool YumIO::setupRepos(PyObject* store)
                 pythonExceptionV(tr("Unable to initialize"));
             return collectFailed();
         }
-        // The engine's error names the repository it could not read in its
-        // `repo` attribute; the error stays pending for the report.
-        QString repo;
-        {
-            PyObject* type = nullptr;
-            PyObject* value = nullptr;
-            PyObject* traceback = nullptr;
-            PyErr_Fetch(&type, &value, &traceback);
-            PyErr_NormalizeException(&type, &value, &traceback);
-            PyObject* id = value ? PyObject_GetAttrString(value, "repo") : nullptr;
-            if (id && PyUnicode_Check(id))
-                if (char const* text = PyUnicode_AsUTF8(id))
-                    repo = QString::fromUtf8(text);
-            Py_XDECREF(id);
-            PyErr_Clear();
-            PyErr_Restore(type, value, traceback);
-        }
+        // The engine's error names the repository it could not read.
+        QString const repo = pyStringXDec(pyExceptRead("repo"));
         if (!enabledRepoIds.contains(repo) || enabledRepoIds.size() < 2) {
             pythonExceptionV(tr("Unable to initialize"));
             return collectFailed();
