@@ -49,10 +49,13 @@ def stop_xvfb(xvfb):
 
 
 def start_xvfb():
-    """A private X server on a free display, once a client can connect to it."""
+    """A private X server on a free display, once a client can connect to it.
+
+    Without -noreset the server resets whenever its last client leaves (the
+    probe below, the bus launcher) and drops a client still connecting."""
     for _ in range(3):
         read, write = os.pipe()
-        xvfb = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-nolisten", "tcp",
+        xvfb = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-nolisten", "tcp", "-noreset",
                                  "-screen", "0", "1280x1024x24"], pass_fds=[write],
                                 stderr=subprocess.DEVNULL, start_new_session=True)
         os.close(write)
