@@ -1,9 +1,11 @@
 // A whole collection through the real interpreter, the companion script and
 // dnf, on a private copy of the sandbox's root; then the details of what was
-// collected, and the session's lock over its whole life.
+// collected, the cleaning of the caches, and the session's lock over its
+// whole life.
 #include "SessionTestSupport.h"
 #include "widgets/HProgressBar.h"
 
+#include <QDirIterator>
 #include <QFile>
 #include <QProcess>
 #include <QSignalSpy>
@@ -58,10 +60,35 @@ class TestYumIOCollect : public QObject
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
 
+    QString cache() const { return root + "/var/cache/dnf"; }
+    // Whether the cache holds XML metadata, solver files, packages: "1 1 0".
+    QString cacheKinds() const
+    {
+        int xml = 0, solv = 0, rpm = 0;
+        for (QDirIterator it(cache(), QDir::Files, QDirIterator::Subdirectories); it.hasNext();) {
+            QString const name = it.next();
+            xml += name.contains(".xml");
+            solv += name.endsWith(".solv") || name.endsWith(".solvx");
+            rpm += name.endsWith(".rpm");
+        }
+        return QStringLiteral("%1 %2 %3").arg(xml > 0).arg(solv > 0).arg(rpm > 0);
+    }
+    // A full cache: metadata and solver files from a collection, and a
+    // downloaded package.
+    void fillCache()
+    {
+        QVERIFY2(collect(), qPrintable(answerer.summary()));
+        QDir repoCache(cache());
+        QString const base = repoCache.entryList({ "sv-base-*" }, QDir::Dirs).value(0);
+        QVERIFY(!base.isEmpty() && repoCache.mkpath(base + "/packages"));
+        QFile planted(cache() + '/' + base + "/packages/sv-app-1.0-1.x86_64.rpm");
+        QVERIFY(planted.open(QIODevice::WriteOnly));
+        QCOMPARE(cacheKinds(), "1 1 1");
+    }
+
 private Q_SLOTS:
     void initTestCase()
     {
-        // The sandbox's packages were all built at 1700000000.
         qputenv("TZ", "UTC");
         tzset();
         root = dir.filePath("root");
@@ -107,52 +134,34 @@ private Q_SLOTS:
         QVERIFY2(lockable(), "quitting did not release the root's lock");
     }
 
-    // Every row of the default collection: packages of the three enabled
-    // repositories and the rpm database, merged by name and base
-    // architecture, and the visible groups.
+    // Representative rows of the default collection: packages of the three
+    // enabled repositories and the rpm database, merged by name and base
+    // architecture, and the groups.
     void entries_data()
     {
         columns<QString, QString, int, int, QString, QString, bool, QStringList>("name", "arch", "kind",
             "state", "verRel", "repo", "superseded", "chain"); // chain: installed behind
         auto pkg = [](char const* name, QString const& arch, int state, char const* verRel, char const* repo,
-                       bool superseded = false, QStringList chain = {}, int kind = Package::Ordinary) {
-            row(name, name, arch, kind, state, verRel, repo, superseded, chain);
+                       QStringList chain = {}, int kind = Package::Ordinary) {
+            row(name, name, arch, kind, state, verRel, repo, false, chain);
         };
         QString const native = nativeArch(), noarch = "noarch";
         int const U = Package::AvailableForUpdate, A = Package::Available, I = Package::Installed;
         // Updates carry the installed versions they replace.
-        pkg("sv-docs", noarch, U, "1.1-1", "sv-updates", false, { "1.0-1" });
-        pkg("sv-tool", native, U, "1.2-1", "sv-updates", false, { "1.0-1" });
-        pkg("sv-epoch", noarch, U, "2:1.0-1", "sv-updates", false, { "1:2.0-1" });
-        pkg("sv-kernel", native, U, "5.2-1", "sv-updates", false, { "5.0-1", "5.1-1" }); // install-only
-        for (char const* name : { "sv-old", "sv-reloc" })
-            pkg(name, noarch, I, "1.0-1", "installed");
+        pkg("sv-epoch", noarch, U, "2:1.0-1", "sv-updates", { "1:2.0-1" });
+        pkg("sv-kernel", native, U, "5.2-1", "sv-updates", { "5.0-1", "5.1-1" }); // install-only
         pkg("sv-lib", native, I, "2.0-1", "installed");
-        pkg("sv-release", noarch, I, "1-1", "installed");
         // The 32-bit twin of an installed library loses to it.
         row("sv-lib i686", "sv-lib", "i686", int(Package::Ordinary), A, "2.0-1", "sv-base", true,
             QStringList());
-        pkg("sv-office-suite", noarch, A, "3.0-1", "sv-base", false, {}, Package::Suite);
-        pkg("sv-new", noarch, A, "2.0-1", "sv-updates");
-        pkg("sv-mirror-tool", noarch, A, "1.0-1", "sv-mirrored");
-        for (char const* name : { "sv-corelib", "sv-editor", "sv-extra-docs", "sv-failing", "sv-helper",
-                 "sv-noisy", "sv-themes", "sv-viewer", "sv-viewer-langpack" })
-            pkg(name, noarch, A, "1.0-1", "sv-base");
-        for (char const* name : { "sv-calc", "sv-writer" })
-            pkg(name, noarch, A, "3.0-1", "sv-base");
-        for (char const* name : { "sv-app", "sv-devtools", "sv-libfoo" })
-            pkg(name, native, A, "1.0-1", "sv-base");
-        // Groups: an installed group missing a mandatory package, or with a
-        // member that has an update, is available for update; an environment
-        // is as up to date as its groups.
-        auto group = [&](char const* name, int state) {
-            pkg(name, QString(), state, "", "", false, {}, Package::Group);
-        };
-        group("SORVAN Core", U);
-        group("SORVAN Minimal", I);
-        group("SORVAN Desktop", A);
-        group("SORVAN Development", A);
-        group("SORVAN Workstation", U);
+        pkg("sv-office-suite", noarch, A, "3.0-1", "sv-base", {}, Package::Suite);
+        pkg("sv-app", native, A, "1.0-1", "sv-base");
+        // An installed group missing a mandatory package, or with a member
+        // that has an update, is available for update; an environment is as
+        // up to date as its groups.
+        for (auto [name, state] : { std::pair("SORVAN Core", U), std::pair("SORVAN Minimal", I),
+                 std::pair("SORVAN Desktop", A), std::pair("SORVAN Workstation", U) })
+            pkg(name, QString(), state, "", "", {}, Package::Group);
     }
     void entries()
     {
@@ -160,20 +169,16 @@ private Q_SLOTS:
         QFETCH(QString, arch);
         Package::Entry const* entry = nullptr;
         for (Package::Entry const* e : *io)
-            if (e->name == name && e->arch == arch)
-                entry = e;
-        QVERIFY2(entry, qPrintable(name));
+            entry = e->name == name && e->arch == arch ? e : entry;
+        QVERIFY2(entry && entry->object, qPrintable(name));
         QTEST(int(entry->kind), "kind");
         QTEST(int(entry->state), "state");
-        QCOMPARE(int(entry->action), int(Package::NoAction));
         QTEST(entry->verRel, "verRel");
         QTEST(entry->repo, "repo");
         QTEST(entry->superseded, "superseded");
-        QVERIFY(entry->object);
         QStringList chain;
         for (Package::Entry const* e = entry->next; e; e = e->next) {
-            QCOMPARE(int(e->state), int(Package::Installed));
-            QCOMPARE(e->repo + e->name, "installed" + name);
+            QCOMPARE(e->repo + e->name + QString::number(e->state), "installed" + name + "2");
             chain.append(e->verRel);
         }
         QTEST(chain, "chain");
@@ -185,11 +190,15 @@ private Q_SLOTS:
     {
         QCOMPARE(io->count(), 31);
         QSet<QString> keys;
-        for (Package::Entry const* e : *io)
-            keys.insert(QString::number(e->kind == Package::Group) + e->name + e->baseArch);
+        for (Package::Entry const* e : *io) {
+            bool const group = e->kind == Package::Group;
+            keys.insert(QString::number(group) + e->name + e->baseArch);
+            // The sandbox's packages were all built at 1700000000.
+            QCOMPARE(io->getBuildTime(*e), group ? QString() : "Tue Nov 14 22:13:20 2023");
+            QVERIFY2(group || e->size > 0, qPrintable(e->name));
+        }
         QCOMPARE(keys.size(), 31);
         QCOMPARE(io->baseArchs(), QSet<QString>({ arch, "noarch", "i386" }));
-        QCOMPARE(io->baseArch(), arch);
         QStringList enabled = io->enabledRepos();
         enabled.sort();
         QCOMPARE(enabled.join(' '), "sv-base sv-mirrored sv-updates");
@@ -199,93 +208,56 @@ private Q_SLOTS:
         QCOMPARE((*io)[-1], nullptr);
     }
 
-    // Sizes and times as the table shows them.
-    void texts()
+    // Details of an installed package come from its rpm header, of the
+    // others from the metadata; dependencies with their comparisons, an
+    // epoch of 0 not shown.
+    void details_data()
     {
-        for (Package::Entry const* e : *io) {
-            bool const group = e->kind == Package::Group;
-            QCOMPARE(io->getBuildTime(*e), group ? QString() : "Tue Nov 14 22:13:20 2023");
-            QCOMPARE(io->getSize(*e), group ? QString() : Package::bytesFormat(e->size));
-            QVERIFY2(group || e->size > 0, qPrintable(e->name));
-        }
-        QCOMPARE(io->getSummary(*find("sv-reloc")), "Relocatable package");
+        columns<QString, int, QString, QStringList, QStringList>(
+            "name", "state", "group", "provides", "requirements");
+        QString const tag = arch == "x86_64" ? "(x86-64)" : '(' + arch + ')';
+        row("installed", "sv-release", int(Package::Installed), "System Environment/Base",
+            QStringList({ "sv-release = 1-1", "system-release", "system-release(releasever) = 1" }),
+            QStringList());
+        row("requires", "sv-office-suite", int(Package::Available), "Suite",
+            QStringList({ "sv-office-suite = 3.0-1" }), QStringList({ "sv-calc >= 1.0", "sv-writer" }));
+        row("native", "sv-app", int(Package::Available), "Applications/System",
+            QStringList({ "sv-app = 1.0-1", "sv-app" + tag + " = 1.0-1" }),
+            QStringList({ "sv-libfoo >= 1.0" }));
+        row("epoch", "sv-epoch", int(Package::AvailableForUpdate), "Applications/System",
+            QStringList({ "sv-epoch = 2:1.0-1" }), QStringList());
     }
-
-    // The simple details, from the rpm header of an installed package and
-    // from the metadata of the others.
-    void packageDetails_data()
-    {
-        columns<QString, int, QString, QString, QString>(
-            "name", "state", "description", "group", "binaryRpm");
-        row("installed", "sv-reloc", int(Package::Installed),
-            "Installed; its files live under the relocatable prefix /opt/sv-reloc.", "Applications/System",
-            "sv-reloc-1.0-1.noarch.rpm");
-        row("available", "sv-office-suite", int(Package::Available),
-            "A package whose group is Suite; requires sv-writer and sv-calc.", "Suite",
-            "sv-office-suite-3.0-1.noarch.rpm");
-        row("update", "sv-docs", int(Package::AvailableForUpdate),
-            "An installed noarch package with an update in sv-updates.", "Documentation",
-            "sv-docs-1.1-1.noarch.rpm");
-    }
-    void packageDetails()
+    void details()
     {
         QFETCH(QString, name);
         QFETCH(int, state);
         Package::Entry const* e = find(name, state);
         QVERIFY(e);
-        QTEST(io->getDescription(*e), "description");
         QTEST(io->getGroup(*e), "group");
-        QTEST(io->getBinaryRpm(*e), "binaryRpm");
-        QCOMPARE(io->getSourceRpm(*e), e->name + '-' + e->verRel.section(':', -1) + ".src.rpm");
+        QString const file = e->name + '-' + e->verRel.section(':', -1);
+        QCOMPARE(io->getBinaryRpm(*e), file + '.' + e->arch + ".rpm");
+        QCOMPARE(io->getSourceRpm(*e), file + ".src.rpm");
         QCOMPARE(QStringList({ io->getVendor(*e), io->getBuildHost(*e), io->getLicense(*e),
                      io->getPackager(*e), io->getUrl(*e) }),
             QStringList({ "SORVAN Sandbox", "builder.sorvan.example", "MIT",
                 "SORVAN Developers <devel@sorvan.example>", "https://sorvan.example/sandbox" }));
-        QVERIFY2(answerer.dialogs.isEmpty(), qPrintable(answerer.summary()));
-    }
-
-    // Dependencies with their comparisons; an epoch of 0 is not shown.
-    void dependencies_data()
-    {
-        columns<QString, int, QStringList, QStringList, QStringList>(
-            "name", "state", "provides", "requirements", "obsoletes");
-        QString const tag = arch == "x86_64" ? "(x86-64)" : '(' + arch + ')';
-        int const A = Package::Available;
-        // From the metadata.
-        row("epoch 0", "sv-new", A, QStringList({ "sv-new = 2.0-1", "sv-old = 2.0" }), QStringList(),
-            QStringList({ "sv-old < 2.0" }));
-        row("requires", "sv-office-suite", A, QStringList({ "sv-office-suite = 3.0-1" }),
-            QStringList({ "sv-calc >= 1.0", "sv-writer" }), QStringList());
-        row("epoch", "sv-epoch", int(Package::AvailableForUpdate), QStringList({ "sv-epoch = 2:1.0-1" }),
-            QStringList(), QStringList());
-        row("native", "sv-app", A, QStringList({ "sv-app = 1.0-1", "sv-app" + tag + " = 1.0-1" }),
-            QStringList({ "sv-libfoo >= 1.0" }), QStringList());
-        // From the rpm header, whose flags are rpm's sense bits.
-        row("installed", "sv-release", int(Package::Installed),
-            QStringList({ "sv-release = 1-1", "system-release", "system-release(releasever) = 1" }),
-            QStringList(), QStringList());
-    }
-    void dependencies()
-    {
-        QFETCH(QString, name);
-        QFETCH(int, state);
-        Package::Entry const* e = find(name, state);
-        QVERIFY(e);
         QTEST(io->getProvides(*e), "provides");
         QStringList required = io->getRequires(*e);
         // rpm adds its own rpmlib() requirements to what it installs.
         required.removeIf([](QString const& r) { return r.startsWith("rpmlib("); });
         QTEST(required, "requirements");
-        QTEST(io->getObsoletes(*e), "obsoletes");
-        QCOMPARE(io->getConflicts(*e), QStringList());
+        QVERIFY2(answerer.dialogs.isEmpty(), qPrintable(answerer.summary()));
     }
 
-    // Install time, relocations, files and change log of an installed
-    // package come from its rpm header at once; an available package has
-    // no install time and no relocations.
+    // Obsoletes, install time, relocations, files and change log of an
+    // installed package come from its rpm header at once; an available
+    // package has no install time and no relocations.
     void installedOnlyDetails()
     {
+        QCOMPARE(io->getObsoletes(*find("sv-new")), QStringList("sv-old < 2.0"));
         Package::Entry const* reloc = find("sv-reloc");
+        QCOMPARE(io->getDescription(*reloc),
+            "Installed; its files live under the relocatable prefix /opt/sv-reloc.");
         QVERIFY(!io->getInstallTime(*reloc).isEmpty());
         QCOMPARE(io->getRelocations(*reloc), QStringList("/opt/sv-reloc"));
         QCOMPARE(io->getFiles(*reloc),
@@ -294,7 +266,6 @@ private Q_SLOTS:
         QVERIFY(tool && tool->next);
         QCOMPARE(io->getChangeLog(*tool->next),
             "* Mon Jan  9 2023 Ada Builder <ada@sorvan.example> - 1.0-1\n- First release");
-        QCOMPARE(io->getProvides(*tool->next).value(0), "sv-tool = 1.0-1");
         QCOMPARE(io->getInstallTime(*tool), QString());
         QCOMPARE(io->getRelocations(*tool), QStringList());
         QVERIFY(!io->fileListsLoaded());
@@ -312,24 +283,16 @@ private Q_SLOTS:
         QVERIFY(!io->otherDataLoaded());
         QVERIFY(io->collectFileLists());
         QCOMPARE(loaded.count(), 1);
-        QCOMPARE(io->getChangeLog(*tool),
-            QStringLiteral(
-                "* Thu Mar  2 2023 Bo Packer <bo@sorvan.example> - 1.2-1\n- Rebuild with new flags\n\n"
-                "* Wed Mar  1 2023 Ada Builder <ada@sorvan.example> - 1.2-1\n- Fix the --quiet "
-                "option\n- Faster start-up\n\n"
-                "* Mon Jan  9 2023 Ada Builder <ada@sorvan.example> - 1.0-1\n- First release"));
+        QString const changes = io->getChangeLog(*tool);
+        QVERIFY2(changes.startsWith("* Thu Mar  2 2023 Bo Packer <bo@sorvan.example> - 1.2-1\n- Rebuild")
+                && changes.endsWith("- Faster start-up\n\n* Mon Jan  9 2023 Ada Builder "
+                                    "<ada@sorvan.example> - 1.0-1\n- First release"),
+            qPrintable(changes));
         QVERIFY(io->collectOtherData());
         QCOMPARE(loaded.count(), 2);
         // The file lists survived the reload of the metadata for the change logs.
         QCOMPARE(io->getFiles(*find("sv-writer")), QStringList("/usr/bin/sv-writer"));
         QVERIFY2(answerer.dialogs.isEmpty(), qPrintable(answerer.summary()));
-        QStringList actions;
-        for (Log::Entry const& entry : logged(io))
-            if (entry.kind == Log::Action)
-                actions.append(entry.text);
-        QVERIFY(actions.contains("Collecting File Lists"));
-        QVERIFY(actions.contains("Collecting Miscellaneous data"));
-
         QVERIFY(collect());
         QVERIFY(!io->fileListsLoaded());
         QVERIFY(!io->otherDataLoaded());
@@ -343,7 +306,6 @@ private Q_SLOTS:
         row("group", "SORVAN Core", "|||sv-tool,sv-docs,sv-corelib|sv-reloc|sv-extra-docs|");
         row("conditional", "SORVAN Desktop", "|||sv-viewer|sv-editor|sv-themes|sv-viewer-langpack");
         row("environment", "SORVAN Workstation", "SORVAN Core,SORVAN Desktop||SORVAN Development||||");
-        row("package", "sv-tool", "||||||");
     }
     void groupLists()
     {
@@ -356,23 +318,6 @@ private Q_SLOTS:
                  io->getOptionalPkgs(*e), io->getConditionalPkgs(*e) })
             lists.append(list.join(','));
         QTEST(lists.join('|'), "lists");
-        QVERIFY2(answerer.dialogs.isEmpty(), qPrintable(answerer.summary()));
-    }
-
-    // The lock is taken once per session; a reload with other repositories
-    // collects again without it.
-    void secondCollectionKeepsLock()
-    {
-        QVERIFY2(
-            collect({ { "sv-extras", true }, { "sv-mirrored", false } }), qPrintable(answerer.summary()));
-        QVERIFY(answerer.dialogs.isEmpty());
-        QVERIFY(!find("sv-mirror-tool"));
-        QVERIFY(find("sv-extra-tool"));
-        // sv-tool 2.0 of the enabled repository is now the update.
-        QCOMPARE(find("sv-tool")->verRel, "2.0-1");
-        QVERIFY(collect());
-        QCOMPARE(io->count(), 31);
-        QCOMPARE(lockCalls(), QByteArray("lock\n"));
     }
 
     // While the entries go away on the worker, the table sees none.
@@ -394,7 +339,6 @@ private Q_SLOTS:
         QCOMPARE(seenCount, 0);
         QCOMPARE(seenFirst, nullptr);
         QVERIFY(emptyRange);
-        QCOMPARE(io->count(), 0);
         QVERIFY(!io->isBusy());
         QVERIFY(collect());
     }
@@ -418,8 +362,9 @@ private Q_SLOTS:
         QVERIFY(pyRun("assert signal.getsignal(signal.SIGINT) == signal.SIG_DFL"));
     }
 
-    // Metadata fetched over HTTP reaches the bars through the engine's
-    // meters: each file shows what it is and for which repository.
+    // Other repositories collected without taking the lock again (see
+    // cleanupTestCase).  Metadata fetched over HTTP reaches the bars through
+    // the engine's meters: each file shows for which repository it is.
     void downloadsMoveTheBars()
     {
         QString const failure = sandbox("serve", { "--root", root, "--rate", "20000" });
@@ -428,25 +373,67 @@ private Q_SLOTS:
         int maximum = 0;
         QTimer watcher;
         connect(&watcher, &QTimer::timeout, this, [&] {
-            QString const activity = itemBar->activity();
-            if (activity.startsWith("Downloading repository") && !seen.contains(activity))
+            if (QString const activity = itemBar->activity(); !seen.contains(activity))
                 seen.append(activity);
             maximum = qMax(maximum, totalBar->value());
         });
         watcher.start(0);
-        bool const ok = collect({ { "sv-http", true } });
+        bool const ok = collect({ { "sv-http", true }, { "sv-extras", true }, { "sv-mirrored", false } });
         watcher.stop();
         sandbox("stop", { "--root", root });
         QVERIFY2(ok && answerer.dialogs.isEmpty(), qPrintable(answerer.summary()));
         QCOMPARE(find("sv-net-tool")->repo, "sv-http");
+        QVERIFY(!find("sv-mirror-tool"));
+        // sv-tool 2.0 of the enabled repository is now the update.
+        QCOMPARE(find("sv-tool")->verRel, "2.0-1");
         // The slow downloads are seen for sure; the quick steps around them
         // may come and go between two looks.
-        QVERIFY2(!seen.filter("sv-http").isEmpty(), qPrintable(seen.join(" | ")));
+        QVERIFY(!seen.filter(QRegularExpression("^Downloading repository.*sv-http")).isEmpty());
         QVERIFY(maximum > 0);
-        // At the end the bars are at rest.
-        QVERIFY(!itemBar->isEnabled());
-        QVERIFY(!totalBar->isEnabled());
+        QVERIFY(!itemBar->isEnabled() && !totalBar->isEnabled());
         QVERIFY(collect());
+    }
+
+    // What each of the cleaning commands removes from the root's cache
+    // directory, and what it leaves.
+    void clean_data()
+    {
+        columns<int, QString>("member", "left");
+        row("packages", 0, "1 1 0");
+        row("XML metadata", 1, "0 1 1");
+        row("sqlite data", 2, "1 0 1");
+        row("all", 3, "0 0 0");
+    }
+    void clean()
+    {
+        QFETCH(int, member);
+        fillCache();
+        static bool (YumIO::*const cleaners[])()
+            = { &YumIO::cleanPackages, &YumIO::cleanXmlMetadata, &YumIO::cleanSqliteCache, &YumIO::cleanAll };
+        QVERIFY((io->*cleaners[member])());
+        QTEST(cacheKinds(), "left");
+        QVERIFY(answerer.dialogs.isEmpty());
+    }
+
+    // A dnf busy with the cache: nothing removed, and the report names the
+    // cache.  One kind failing does not keep cleanAll from the others.
+    void cleanFailures()
+    {
+        fillCache();
+        LockHolder holder(LockHolder::dnf("build_download_lock"), cache());
+        QVERIFY(holder.holds());
+        QVERIFY(!io->cleanPackages());
+        holder.release();
+        QCOMPARE(cacheKinds(), "1 1 1");
+        QVERIFY2(io->cleanMessages().join('|').contains(cache()), qPrintable(io->cleanMessages().join('|')));
+        QVERIFY(pyRun(QStringLiteral("original = YumIO.cleanPackages\n"
+                                     "def failing(self):\n"
+                                     "    YumIO.cleanPackages = original\n"
+                                     "    return 1, ['Unable to remove a package: Permission denied']\n"
+                                     "YumIO.cleanPackages = failing\n")));
+        QVERIFY(!io->cleanAll());
+        QCOMPARE(cacheKinds(), "0 0 1");
+        QVERIFY(io->cleanMessages().contains("Unable to remove a package: Permission denied"));
     }
 };
 

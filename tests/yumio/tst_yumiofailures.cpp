@@ -12,12 +12,7 @@
 
 using namespace SessionTest;
 
-namespace
-{
-
-QString const error = "SORVAN Yum Error: ";
-
-} // namespace
+static QString const error = "SORVAN Yum Error: ";
 
 class TestYumIOFailures : public QObject
 {
@@ -127,12 +122,11 @@ private Q_SLOTS:
 
     void noRepositories()
     {
-        QString const advice = QStringLiteral(
-            "\nUnder the Repositories menu, Edit Configuration can be used to configure repositories.");
         io->clear();
         QVERIFY(!io->collect({ { "sv-base", false }, { "sv-updates", false }, { "sv-mirrored", false } }));
         QCOMPARE(lastKind(), int(Dialog::Critical));
-        QCOMPARE(answerer.summary(), error + "No repositories are enabled." + advice);
+        QVERIFY2(answerer.summary().startsWith(error + "No repositories are enabled."),
+            qPrintable(answerer.summary()));
         QCOMPARE(io->count(), 0);
         QVERIFY(!itemBar->isEnabled());
 
@@ -149,7 +143,8 @@ private Q_SLOTS:
         QVERIFY(switchRoot(root));
         QVERIFY(!collected);
         QCOMPARE(lastKind(), int(Dialog::Critical));
-        QCOMPARE(answerer.summary(), error + "No repositories are configured." + advice);
+        QVERIFY2(answerer.summary().startsWith(error + "No repositories are configured."),
+            qPrintable(answerer.summary()));
         QVERIFY(recovers());
     }
 
@@ -168,7 +163,8 @@ private Q_SLOTS:
         QVERIFY(!collected);
         QCOMPARE(answerer.dialogs.size(), 2);
         Dialog const question = answerer.dialogs.takeFirst();
-        QVERIFY2(question.kind == Dialog::Warning && question.text.contains("sv-unreachable"), qPrintable(question.text));
+        QVERIFY2(question.kind == Dialog::Warning && question.text.contains("sv-unreachable"),
+            qPrintable(question.text));
         QCOMPARE(lastKind(), int(Dialog::Scrollable));
         QString const text = answerer.summary();
         QVERIFY2(text.startsWith(error + "an error before the failure\n")
