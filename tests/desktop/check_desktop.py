@@ -44,13 +44,6 @@ def stage(cmake, build, staging):
     return 0
 
 
-def png_size(path):
-    with open(path, "rb") as f:
-        head = f.read(24)
-    assert head[:8] == b"\x89PNG\r\n\x1a\n", "not a PNG: " + path
-    return struct.unpack(">II", head[16:24])
-
-
 def executable(path):
     return os.path.isfile(path) and os.access(path, os.X_OK)
 
@@ -59,15 +52,13 @@ def installed(staging, full_bindir, full_datadir, app_id, sizes, source, sandbox
     bindir, datadir = staging + full_bindir, staging + full_datadir
     for program in ("sorvan", "sorvan-root"):
         assert executable(os.path.join(bindir, program)), "not installed as a program: " + program
-    assert os.path.isfile(os.path.join(datadir, "sorvan", "python", "YumIO.py")), "no shared data"
-    icons = os.path.join(datadir, "icons", "hicolor")
+    for path in ["sorvan/python/YumIO.py", "icons/hicolor/scalable/apps/sorvan.svg",
+                 f"metainfo/{app_id}.metainfo.xml"]:
+        assert os.path.isfile(os.path.join(datadir, path)), "not installed: " + path
     for size in map(int, sizes.split(";")):
-        path = os.path.join(icons, f"{size}x{size}", "apps", "sorvan.png")
-        assert os.path.isfile(path), "no icon: " + path
-        assert png_size(path) == (size, size), f"{path} is {png_size(path)}"
-    svg = os.path.join(icons, "scalable", "apps", "sorvan.svg")
-    assert ET.parse(svg).getroot().tag.endswith("svg"), "not an SVG: " + svg
-    assert os.path.isfile(os.path.join(datadir, "metainfo", app_id + ".metainfo.xml")), "no metainfo"
+        path = os.path.join(datadir, "icons", "hicolor", f"{size}x{size}", "apps", "sorvan.png")
+        with open(path, "rb") as f:
+            assert f.read(24)[16:] == struct.pack(">II", size, size), "not a PNG of its size: " + path
 
     entry = configparser.ConfigParser(interpolation=None)
     entry.read(os.path.join(datadir, "applications", app_id + ".desktop"))
@@ -75,13 +66,11 @@ def installed(staging, full_bindir, full_datadir, app_id, sizes, source, sandbox
     assert executable(os.path.join(bindir, command)), "the desktop entry starts a program not installed: " + command
     assert entry["Desktop Entry"]["Icon"] == "sorvan"
 
-    # pkexec asks for the administrator's password, with a GUI, for exactly
-    # the installed launcher and program.
+    # pkexec lets a GUI run for exactly the installed launcher and program.
     actions = ET.parse(os.path.join(datadir, "polkit-1", "actions", app_id + ".policy")).getroot()
     paths = set()
     for action in actions.iter("action"):
         notes = {a.get("key"): a.text for a in action.iter("annotate")}
-        assert action.findtext("defaults/allow_active") == "auth_admin", action.get("id")
         assert notes.get("org.freedesktop.policykit.exec.allow_gui") == "true", action.get("id")
         paths.add(notes["org.freedesktop.policykit.exec.path"])
     assert paths == {os.path.join(full_bindir, p) for p in ("sorvan", "sorvan-root")}, paths

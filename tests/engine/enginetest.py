@@ -28,8 +28,6 @@ sys.path[:0] = [SHARE_PYTHON, HERE, os.path.join(SOURCE_DIR, "tools", "sandbox")
 import sandbox  # noqa: E402
 import yumIOC  # noqa: E402
 
-ARCH = subprocess.run(["rpm", "--eval", "%{_arch}"], check=True, capture_output=True,
-                      text=True).stdout.strip()
 CLEANERS = ("cleanHeaders", "cleanPackages", "cleanMetadata", "cleanPickles", "cleanSqlite")
 _script = None
 

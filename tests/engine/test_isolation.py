@@ -40,9 +40,10 @@ class IsolationTest(RootTestCase):
         plain, proc = self.fullrun(prefix=strace, SORVAN_FULLRUN_HTTP="1")
         self.assertEqual((proc.stdout, proc.stderr), (b"", b""))
         # The engine did speak, to the program.
-        for function in ("log", "errorlog", "collectGrabMeterUpdate"):
-            self.assertGreater(plain["calls"][function], 0, function)
+        self.assertGreater(plain["calls"]["log"], 0)
         self.assertEqual(plain["errors"], ["NoMoreMirrorsRepoError"])
+        # releasever from sv-release's system-release(releasever), in the managed root.
+        self.assertEqual(plain["yumvar"]["releasever"], "1")
         self.assertIn("sv-bigdata-1.0-1.noarch", plain["available"])
         self.assertEqual([plain[m] for m in CLEANERS], [0] * len(CLEANERS))
         if strace:
@@ -79,7 +80,6 @@ class IsolationTest(RootTestCase):
                                   SORVAN_FULLRUN_HTTP="1")
         for key in ("updates", "installed", "available", "groups", "yumvar", "details"):
             self.assertEqual(decoyed[key], plain[key], key)
-        self.assertEqual(decoyed["yumvar"]["releasever"], "1")
 
 if __name__ == "__main__":
     run()

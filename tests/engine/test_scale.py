@@ -3,13 +3,11 @@ its root what it claims (the benchmarks trust both), and the same seed must
 make the same metadata."""
 
 import os
-import shutil
 import subprocess
 import sys
-import tempfile
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from enginetest import SOURCE_DIR, RootTestCase, names, run  # noqa: E402
+from enginetest import SOURCE_DIR, RootTestCase, run  # noqa: E402
 
 SCALE = os.path.join(SOURCE_DIR, "tools", "scale", "scale.py")
 
@@ -30,7 +28,6 @@ class ScaleFixtureTest(RootTestCase):
         self.assertGreaterEqual(len(updated), 12)
         self.assertLessEqual(updated, {p.name for p in c.installed})
         self.assertGreater(len(c.installed) + len(c.available) - len(c.updates), 1000)
-        self.assertIn("scale-release-40-1.noarch", names(c.installed))
         self.assertEqual(c.session.conf.yumvar["releasever"], "40")
         self.assertEqual(len([g for g in c.groups if g.user_visible]), 90 + 10)
         # File lists and change logs load from the generated XML.
@@ -38,7 +35,6 @@ class ScaleFixtureTest(RootTestCase):
         c.session.collectFileLists()
         c.session.collectOtherData()
         self.assertTrue(p.returnFileEntries() and p.returnChangelog())
-        self.assertTrue(p.returnSimple("buildhost").startswith("buildvm-x86-"))
 
     def test_same_seed_same_metadata(self):
         generate = ("import sys; sys.path.insert(0, %r); import scale; u = scale.Universe(7, 1140); "
