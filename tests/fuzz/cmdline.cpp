@@ -19,6 +19,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size)
 {
+    using Setting = CommandLine::Setting;
     QList<QByteArray> args = QByteArray(reinterpret_cast<char const*>(data), qsizetype(size)).split('\0');
     if (args.size() > 64)
         return 0;
@@ -28,29 +29,19 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size)
         argv.append(arg.data());
     argv.append(nullptr);
 
-    QList<CommandLine::Setting> settings;
+    QList<Setting> settings;
     int const status = CommandLine::parse(int(args.size()), argv.data(), settings);
     FUZZ_CHECK(status == -1 || status == 1);
-    for (CommandLine::Setting const& setting : settings) {
-        switch (setting.kind) {
-        case CommandLine::Setting::Mode:
-            FUZZ_CHECK(setting.index >= 0 && setting.index <= 1);
-            break;
-        case CommandLine::Setting::State:
-            FUZZ_CHECK(setting.index >= 0 && setting.index <= 3);
-            break;
-        case CommandLine::Setting::Regexp:
-        case CommandLine::Setting::DisableRepo:
-        case CommandLine::Setting::EnableRepo:
-            // Inside one of the arguments: what the window keeps must be there.
-            FUZZ_CHECK(setting.argument != nullptr);
+    for (Setting const& setting : settings) {
+        if (setting.kind == Setting::Mode || setting.kind == Setting::State)
+            FUZZ_CHECK(setting.index >= 0 && setting.index <= (setting.kind == Setting::Mode ? 1 : 3));
+        // Inside one of the arguments: what the window keeps must be there.
+        if (setting.kind == Setting::Regexp || setting.kind == Setting::DisableRepo
+            || setting.kind == Setting::EnableRepo)
             FUZZ_CHECK(std::any_of(args.cbegin(), args.cend(), [&](QByteArray const& arg) {
-                return setting.argument >= arg.constData() && setting.argument <= arg.constData() + arg.size();
+                return setting.argument >= arg.constData()
+                    && setting.argument <= arg.constData() + arg.size();
             }));
-            break;
-        default:
-            break;
-        }
     }
     return 0;
 }

@@ -11,8 +11,6 @@ namespace
 {
 char const* const rows[] = {
     "kernel 6.5.6-300.fc39 updates x86_64 66.0 MB Sun Oct  8 12:00:00 2023",
-    "python3-dnf 4.17.0-1.fc39 fedora noarch 1.2 MB Thu Aug 10 08:15:42 2023",
-    "glibc-langpack-en 2.38-7.fc39 @System i686 5.6 MB",
     "Development Tools  group",
     "aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaab",
     "",
