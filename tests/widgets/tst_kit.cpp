@@ -1,8 +1,7 @@
-// The widget kit: the progress bar, the text area, the warning label, menus
-// with tool-tips, the tool-tip window, and the dialogs.
+// The widget kit: the progress bar, the text area, the warning label, the
+// tool-tip window, and the dialogs.
 #include "widgets/GeneralTip.h"
 #include "widgets/HFrameLabel.h"
-#include "widgets/HMenu.h"
 #include "widgets/HProgressBar.h"
 #include "widgets/HTextEdit.h"
 #include "widgets/ScrollableConfirmDialog.h"
@@ -12,7 +11,6 @@
 #include <QGridLayout>
 #include <QHelpEvent>
 #include <QLabel>
-#include <QLineEdit>
 #include <QMenu>
 #include <QPushButton>
 #include <QScreen>
@@ -22,7 +20,6 @@
 #include <QTextBlock>
 #include <QTimer>
 #include <QToolTip>
-#include <QVBoxLayout>
 
 namespace
 {
@@ -33,21 +30,6 @@ bool askToolTip(QWidget* widget, QPoint pos)
     QApplication::sendEvent(widget, &event);
     return event.isAccepted();
 }
-
-// A text area above another field, in an active window.
-struct EditForm {
-    QWidget window;
-    HTextEdit* edit = new HTextEdit(&window);
-    QLineEdit* other = new QLineEdit(&window);
-    EditForm()
-    {
-        auto* layout = new QVBoxLayout(&window);
-        layout->addWidget(edit);
-        layout->addWidget(other);
-        window.show();
-        window.activateWindow();
-    }
-};
 
 // The text a tip shows; its owner keeps it, as a progress minion does.
 struct Source {
@@ -62,14 +44,6 @@ void build(GeneralTip* tip, void* data)
     auto* grid = new QGridLayout(tip);
     grid->addWidget(new QLabel("foo-1.0-1.noarch.rpm", tip), 0, 0);
     grid->addWidget(new QLabel(source->text, tip), 0, 1);
-}
-
-QStringList labels(GeneralTip* tip)
-{
-    QStringList texts;
-    for (QLabel* label : tip->findChildren<QLabel*>())
-        texts << label->text();
-    return texts;
 }
 
 // A dialog that refuses to be shown while `allowed` is false.
@@ -94,7 +68,6 @@ void whenShown(QDialog* dialog, std::function<void()> act)
     auto* poll = new QTimer(dialog);
     QObject::connect(poll, &QTimer::timeout, dialog, [=, tries = 0]() mutable {
         if (dialog->isVisible() || ++tries > 200) {
-            poll->stop();
             poll->deleteLater();
             dialog->isVisible() ? act() : dialog->done(-99);
         }
@@ -132,63 +105,31 @@ private Q_SLOTS:
             bar.setValue(value);
         bar.setActivity(activity);
         QTEST(bar.text(), "expected");
-
         // reset() forgets the activity: only the toolkit's text is left.
         bar.reset();
         bar.setValue(40);
         QCOMPARE(bar.text(), bar.QProgressBar::text());
     }
 
-    void barRepaintsOnlyForNewActivity()
-    {
-        struct PaintCounter : QObject {
-            int count = 0;
-            bool eventFilter(QObject*, QEvent* event) override
-            {
-                return (count += event->type() == QEvent::Paint) < 0;
-            }
-        } counter;
-        HProgressBar bar;
-        bar.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&bar));
-        QTest::qWait(30);
-        bar.installEventFilter(&counter);
-        for (auto [activity, paints] :
-            { std::pair { "Downloading", 1 }, { "Downloading", 1 }, { "Checking", 2 } }) {
-            bar.setActivity(activity);
-            QTest::qWait(30);
-            QCOMPARE(counter.count, paints);
-        }
-    }
-
     void barToolTip_data()
     {
         QTest::addColumn<bool>("active");
-        QTest::addColumn<bool>("alwaysShow");
-        QTest::addColumn<bool>("emitted");
-        QTest::newRow("active window") << true << false << true;
-        QTest::newRow("inactive window") << false << false << false;
-        QTest::newRow("inactive window that always shows tips") << false << true << true;
+        QTest::newRow("active window") << true;
+        QTest::newRow("inactive window") << false;
     }
     void barToolTip()
     {
         QFETCH(bool, active);
-        QFETCH(bool, alwaysShow);
-        QFETCH(bool, emitted);
         QWidget window, other;
-        window.setAttribute(Qt::WA_AlwaysShowToolTips, alwaysShow);
         auto* bar = new HProgressBar(&window);
         window.show();
         QWidget* const front = active ? &window : &other;
         front->show();
         front->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(front));
-
         QSignalSpy spy(bar, &HProgressBar::toolTip);
-        QCOMPARE(askToolTip(bar, QPoint(12, 10)), emitted);
-        QCOMPARE(spy.count(), emitted ? 1 : 0);
-        if (emitted)
-            QCOMPARE(spy.at(0).at(0).toPoint(), QPoint(12, 10));
+        QCOMPARE(askToolTip(bar, QPoint(12, 10)), active);
+        QCOMPARE(spy.value(0).value(0).toPoint(), active ? QPoint(12, 10) : QPoint());
         // The owner decides what to show; the toolkit's own tip never appears.
         QVERIFY(!QToolTip::isVisible());
     }
@@ -196,20 +137,17 @@ private Q_SLOTS:
     void appendCompact()
     {
         // A fragment of several blocks brings its own margins, which plain
-        // append() would pass on to every later paragraph (a heading alone is
-        // the log's test).
+        // append() would pass on to every later paragraph.
         HTextEdit edit;
         for (QString const text : { "<h2>first</h2><p>second</p>", "after" }) {
             edit.appendCompact(text);
             QTextBlockFormat const last = edit.document()->lastBlock().blockFormat();
             QCOMPARE(last.topMargin() + last.bottomMargin(), 0.0);
         }
-        QStringList found;
-        for (QTextBlock block = edit.document()->begin(); block.isValid(); block = block.next())
-            found << block.text();
-        QCOMPARE(found, QStringList({ "first", "second", "after" }));
+        QCOMPARE(edit.toPlainText(), "first\nsecond\nafter");
     }
 
+    // Opening a context menu takes the focus for a moment: that ends no edit.
     void editFocusOut_data()
     {
         QTest::addColumn<int>("reason");
@@ -223,40 +161,20 @@ private Q_SLOTS:
     {
         QFETCH(int, reason);
         QFETCH(QString, popupParent);
-        EditForm form;
-        QVERIFY(QTest::qWaitForWindowExposed(&form.window));
-        QMenu menu(popupParent == "edit" ? static_cast<QWidget*>(form.edit) : form.other);
+        QWidget window;
+        auto* edit = new HTextEdit(&window);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QMenu menu(popupParent == "edit" ? static_cast<QWidget*>(edit) : &window);
         menu.addAction("Item");
         if (!popupParent.isEmpty()) {
-            menu.popup(form.window.mapToGlobal(QPoint(10, 10)));
+            menu.popup(window.mapToGlobal(QPoint(10, 10)));
             QTRY_VERIFY(QApplication::activePopupWidget() == &menu);
         }
-        QSignalSpy spy(form.edit, &HTextEdit::editingFinished);
-        QFocusEvent event(QEvent::FocusOut, Qt::FocusReason(reason));
-        QApplication::sendEvent(form.edit, &event);
-        QTEST(spy.count() == 1, "finished");
-    }
-
-    void editContextMenuDoesNotFinishEditing()
-    {
-        EditForm form;
-        HTextEdit* const edit = form.edit;
-        QVERIFY(QTest::qWaitForWindowActive(&form.window));
-        edit->setFocus(Qt::OtherFocusReason);
-        QTRY_VERIFY(edit->hasFocus());
-
         QSignalSpy spy(edit, &HTextEdit::editingFinished);
-        QPoint const pos = edit->viewport()->rect().center();
-        QContextMenuEvent menuEvent(QContextMenuEvent::Mouse, pos, edit->viewport()->mapToGlobal(pos));
-        QApplication::sendEvent(edit->viewport(), &menuEvent);
-        QTRY_VERIFY(QApplication::activePopupWidget() != nullptr);
-        QApplication::activePopupWidget()->close();
-        QTRY_VERIFY(edit->hasFocus());
-        QCOMPARE(spy.count(), 0);
-
-        // Leaving for another field does finish the edit.
-        form.other->setFocus(Qt::TabFocusReason);
-        QTRY_COMPARE(spy.count(), 1);
+        QFocusEvent event(QEvent::FocusOut, Qt::FocusReason(reason));
+        QApplication::sendEvent(edit, &event);
+        QTEST(spy.count() == 1, "finished");
     }
 
     void frameLabelDrawsNothingWithoutText()
@@ -273,24 +191,12 @@ private Q_SLOTS:
             window.resize(label->width() + 20, label->height() + 20);
             // Filled inside the frame left of any text; with no text, not even a frame.
             QImage const image = window.grab(label->geometry()).toImage();
+            QImage blank(image.size(), image.format());
+            blank.fill(grey);
             QCOMPARE(image.pixelColor(label->frameWidth() + 1, label->height() / 2),
                 text.isEmpty() ? grey : QColor(Qt::yellow));
-            for (int y = 0; text.isEmpty() && y < image.height(); ++y)
-                for (int x = 0; x < image.width(); ++x)
-                    QCOMPARE(image.pixelColor(x, y), grey);
+            QCOMPARE(image == blank, text.isEmpty());
         }
-    }
-
-    void menuShowsToolTips()
-    {
-        HMenu menu("&Cache");
-        QAction* action = menu.addAction("Clean Packages");
-        action->setToolTip("Clean RPM packages cached locally");
-        menu.popup(QPoint(0, 0));
-        QVERIFY(QTest::qWaitForWindowExposed(&menu));
-        askToolTip(&menu, menu.actionGeometry(action).center());
-        QTRY_COMPARE(QToolTip::text(), action->toolTip());
-        QToolTip::hideText();
     }
 
     void tipGoesAway_data()
@@ -306,7 +212,6 @@ private Q_SLOTS:
     void tipGoesAway()
     {
         QFETCH(QString, cause);
-        QFETCH(bool, stays);
         QWidget window;
         auto* widget = new QWidget(&window);
         widget->setGeometry(20, 20, 200, 30);
@@ -336,9 +241,10 @@ private Q_SLOTS:
         else
             delete widget;
         QApplication::processEvents();
+        QFETCH(bool, stays);
         QCOMPARE(GeneralTip::current() != nullptr, stays);
         if (stays)
-            QVERIFY(tip && tip->isVisible());
+            QVERIFY(tip->isVisible());
         else
             QTRY_VERIFY(tip.isNull());
         GeneralTip::hideTip();
@@ -356,7 +262,10 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(live.builds >= 2, 5 * GeneralTip::refreshInterval);
         QCOMPARE(GeneralTip::current(), tip);
         // The old content is replaced, not piled up.
-        QCOMPARE(labels(tip), QStringList({ "foo-1.0-1.noarch.rpm", "512 / 1024" }));
+        QStringList texts;
+        for (QLabel* label : tip->findChildren<QLabel*>())
+            texts << label->text();
+        QCOMPARE(texts, QStringList({ "foo-1.0-1.noarch.rpm", "512 / 1024" }));
         QVERIFY(tip->width() >= tip->layout()->sizeHint().width());
 
         // One tip at a time.  Near the corner it stays on the screen and never
@@ -371,24 +280,14 @@ private Q_SLOTS:
         GeneralTip::hideTip();
     }
 
-    void dialogShowingAndHiding()
+    void dialogRefusesToShow()
     {
-        // hidden() follows every hiding, by whatever path.
         GuardedDialog dialog;
         QSignalSpy hidden(&dialog, &HDialog::hidden);
-        for (QString const path : { "accept", "escape" }) {
-            whenShown(&dialog, [&] {
-                if (path == "accept")
-                    dialog.accept();
-                else
-                    QTest::keyClick(&dialog, Qt::Key_Escape);
-            });
-            QCOMPARE(dialog.exec(), path == "accept" ? int(QDialog::Accepted) : int(QDialog::Rejected));
-            QVERIFY(!dialog.isVisible());
-        }
-        QCOMPARE(hidden.count(), 2);
-        QCOMPARE(dialog.asked, 2);
-
+        whenShown(&dialog, [&] { QTest::keyClick(&dialog, Qt::Key_Escape); });
+        QCOMPARE(dialog.exec(), int(QDialog::Rejected));
+        QCOMPARE(hidden.count(), 1);
+        QCOMPARE(dialog.asked, 1); // exec() shows the dialog itself: not asked twice
         // A refused dialog stays hidden, and exec() returns at once instead of
         // waiting for a dialog nobody can see or close.
         dialog.allowed = false;
@@ -396,58 +295,44 @@ private Q_SLOTS:
         QCOMPARE(dialog.exec(), int(QDialog::Rejected));
         dialog.show();
         QVERIFY(!dialog.isVisible());
-        QCOMPARE(dialog.asked, 4);
-        QCOMPARE(hidden.count(), 2);
+        QCOMPARE(dialog.asked, 3);
+        QCOMPARE(hidden.count(), 1);
     }
 
-    void confirm_data()
-    {
-        QTest::addColumn<QString>("answer");
-        QTest::addColumn<int>("result");
-        QTest::newRow("accepted") << "accept" << int(QDialog::Accepted);
-        QTest::newRow("rejected") << "reject" << int(QDialog::Rejected);
-        // The default button must not be the one that changes the system.
-        QTest::newRow("enter") << "enter" << int(QDialog::Rejected);
-    }
     void confirm()
     {
-        QFETCH(QString, answer);
-        QString const text = "Transaction to be performed:\n\tInstall: foo 1.0-1 (noarch) [local]\n"
-                             "\tRemove: <baz> 0.9-1 (noarch)\nTotal download size: 1.2 M\n";
+        QString const text = "Transaction to be performed:\n\tRemove: <baz> 0.9-1 (noarch)\n";
         QWidget parent;
         ScrollableConfirmDialog dialog(text, "Cancel", "Apply", &parent);
-        QCOMPARE(dialog.findChild<HTextEdit*>()->toPlainText(), text);
+        HTextEdit* area = dialog.findChild<HTextEdit*>();
+        QCOMPARE(area->toPlainText(), text);
         bool scrolled = true;
         whenShown(&dialog, [&] {
             scrolled = scrolls(&dialog);
-            if (answer == "accept")
-                dialog.acceptButton()->click();
-            else if (answer == "reject")
-                dialog.rejectButton()->click();
-            else {
-                // Also after the user has clicked into the text to read it.
-                HTextEdit* area = dialog.findChild<HTextEdit*>();
-                area->setFocus(Qt::MouseFocusReason);
-                QTest::keyClick(area, Qt::Key_Return);
-            }
+            dialog.acceptButton()->click();
         });
-        QTEST(dialog.exec(), "result");
-        // A short transaction is shown whole.
-        QVERIFY(!scrolled);
+        QCOMPARE(dialog.exec(), int(QDialog::Accepted));
+        QVERIFY(!scrolled); // a short transaction is shown whole
+        // The default button must not be the one that changes the system,
+        // also after the user has clicked into the text to read it.
+        whenShown(&dialog, [&] {
+            area->setFocus(Qt::MouseFocusReason);
+            QTest::keyClick(area, Qt::Key_Return);
+        });
+        QCOMPARE(dialog.exec(), int(QDialog::Rejected));
     }
 
+    // A very long line is wrapped rather than cut off at the side; pages of
+    // output scroll inside a dialog that fits the screen.
     void errorDialogFitsTheScreen_data()
     {
         QTest::addColumn<int>("lines");
-        QTest::addColumn<bool>("scrolls");
-        QTest::newRow("a walkback") << 15 << false;
-        QTest::newRow("one very long line") << 0 << false;
-        QTest::newRow("pages of output") << 600 << true;
+        QTest::newRow("one very long line") << 0;
+        QTest::newRow("pages of output") << 600;
     }
     void errorDialogFitsTheScreen()
     {
         QFETCH(int, lines);
-        // A very long line is wrapped rather than cut off at the side.
         QString text = lines ? "" : "Cannot download repomd.xml: " + QString(300, 'x');
         for (int i = 0; i < lines; ++i)
             text += QString("  File \"/usr/lib/python3/dnf/base.py\", line %1\n").arg(i);
@@ -462,7 +347,7 @@ private Q_SLOTS:
         QCOMPARE(dialog.exec(), int(QDialog::Accepted));
         QRect const available = dialog.screen()->availableGeometry();
         QVERIFY(dialog.width() <= available.width() && dialog.height() <= available.height());
-        QTEST(scrolled, "scrolls");
+        QCOMPARE(scrolled, lines > 0);
         QCOMPARE(area->horizontalScrollBar()->maximum(), 0);
     }
 };
