@@ -1,18 +1,14 @@
-"""Shared set-up of the engine's suites.
-
-The companion script runs as the program runs it: as __main__ from
-share/python, with sys.argv = [program, "info"] and this directory's yumIOC
-stand-in for the program's module.  Every test works on its own copy of the
-sandbox's root.
-"""
+"""Shared set-up of the engine's suites.  The companion script runs as the
+program runs it: as __main__ from share/python, with sys.argv = [program,
+"info"] and this directory's yumIOC stand-in for the program's module."""
 
 import contextlib
 import os
 import runpy
 import shutil
-import subprocess
 import sys
 import tempfile
+import types
 import unittest
 
 HERE = os.path.dirname(os.path.abspath(__file__))
@@ -29,22 +25,17 @@ import sandbox  # noqa: E402
 import yumIOC  # noqa: E402
 
 CLEANERS = ("cleanHeaders", "cleanPackages", "cleanMetadata", "cleanPickles", "cleanSqlite")
-_script = None
 
 
 def script():
-    """The script's __main__ namespace, run once per process as the program does."""
-    global _script
-    if _script is None:
-        sandbox.build(SANDBOX)
-        sys.argv = ["sorvan", "info"]
-        _script = runpy.run_path(SCRIPT, run_name="__main__")
-    return _script
+    """The script's __main__ namespace, as the program runs it."""
+    sys.argv = ["sorvan", "info"]
+    return runpy.run_path(SCRIPT, run_name="__main__")
 
 
 def run():
-    """unittest's main, reporting on the real standard error (the script
-    routes sys.stdout and sys.stderr to yumIOC)."""
+    """unittest's main on the real standard error (the script routes
+    sys.stdout and sys.stderr to yumIOC)."""
     unittest.main(testRunner=unittest.TextTestRunner(stream=sys.__stderr__, verbosity=2))
 
 
@@ -52,11 +43,34 @@ def names(pkgs):
     return sorted(str(p) for p in pkgs)
 
 
+def collect(y, enables=None):
+    """The program's collection sequence on session y."""
+    y.lock()
+    for rid, state in (enables or {}).items():
+        (y.repos.enableRepo if state else y.repos.disableRepo)(rid)
+    y.setupRepos()
+    y.setupTs()
+    c = types.SimpleNamespace(session=y, updates=list(y.collectUpdates()))
+    everything = y.collectAll()
+    c.installed, c.available = list(everything.installed), list(everything.available)
+    try:
+        y.setupTsGroup()
+    except sys.modules["yum.Errors"].GroupsError as e:
+        if "No Groups Available" not in e.value:
+            raise
+    c.groups = list(y.collectGroupInfo())
+    y.collectDone()
+    return c
+
+
 class RootTestCase(unittest.TestCase):
     """A test on its own copy of the sandbox's root."""
+    ns = None
 
     def setUp(self):
-        self.ns = script()
+        if RootTestCase.ns is None:
+            sandbox.build(SANDBOX)
+            RootTestCase.ns = script()
         self.Errors = sys.modules["yum.Errors"]
         self.tmp = tempfile.mkdtemp(prefix="sorvan-engine-")
         self.addCleanup(shutil.rmtree, self.tmp, True)
@@ -77,26 +91,10 @@ class RootTestCase(unittest.TestCase):
         return y
 
     def collect(self, y=None, enables=None):
-        """The program's collection sequence on a session."""
-        y = y or self.session()
-        y.lock()
-        for rid, state in (enables or {}).items():
-            (y.repos.enableRepo if state else y.repos.disableRepo)(rid)
-        y.setupRepos()
-        y.setupTs()
-        c = Collection()
-        c.session, c.updates = y, list(y.collectUpdates())
-        everything = y.collectAll()
-        c.installed, c.available = list(everything.installed), list(everything.available)
-        try:
-            y.setupTsGroup()
-        except self.Errors.GroupsError as e:
-            if "No Groups Available" not in e.value:
-                raise
-        c.info = y.collectGroupInfo()
-        c.groups = list(c.info)
-        y.collectDone()
-        return c
+        return collect(y or self.session(), enables)
+
+    def serve(self):
+        sandbox.serve(SANDBOX, self.root)
 
     def path(self, relative):
         return os.path.join(self.root, relative.lstrip("/"))
@@ -107,23 +105,3 @@ class RootTestCase(unittest.TestCase):
         with open(path, mode) as f:
             f.write(text)
         return path
-
-    def holdLock(self, relative):
-        """A dnf lock file held by another live process; its pid."""
-        holder = subprocess.Popen(["sleep", "60"])
-        self.addCleanup(holder.wait)
-        self.addCleanup(holder.kill)
-        self.writeFile(relative, str(holder.pid))
-        return holder.pid
-
-    def serve(self):
-        return sandbox.serve(SANDBOX, self.root)[0]
-
-
-class Collection:
-    def find(self, which, name, arch=None):
-        found = [p for p in getattr(self, which)
-                 if p.name == name and arch in (None, p.arch)]
-        if len(found) != 1:
-            raise AssertionError("%d %s packages named %s" % (len(found), which, name))
-        return found[0]

@@ -11,7 +11,7 @@ import yumIOC  # noqa: E402
 from enginetest import RootTestCase, run  # noqa: E402
 
 
-class StartTest(RootTestCase):
+class ContractTest(RootTestCase):
 
     def test_malformed_main_file_stops_the_engine_with_its_name(self):
         main = self.writeFile("/etc/yum.conf", "[main\ngpgcheck=0\n")  # a link to dnf/dnf.conf
@@ -19,18 +19,6 @@ class StartTest(RootTestCase):
             self.session()
         self.assertIn(main, str(caught.exception))
         self.assertTrue([t for _, t in yumIOC.of("errorlog") if main in t])
-
-    def test_missing_root_stops_the_engine_a_bare_one_has_no_repositories(self):
-        os.environ["SORVANROOT"] = os.path.join(self.tmp, "nowhere")
-        with self.assertRaises(SystemExit) as caught:
-            self.session()
-        self.assertIn("nowhere", str(caught.exception))
-        os.environ["SORVANROOT"] = bare = os.path.join(self.tmp, "bare")
-        os.makedirs(bare)
-        self.assertEqual(self.session().repos.repos, {})
-
-
-class OutputTest(RootTestCase):
 
     def test_log_records_keep_yums_detail_levels(self):
         cases = [("dnf", logging.ERROR, "errorlog", 0), ("dnf", logging.WARNING, "errorlog", 1),

@@ -1,6 +1,5 @@
 """The scale fixture, made small: its metadata must be what dnf accepts and
-its root what it claims (the benchmarks trust both), and the same seed must
-make the same metadata."""
+its root what it claims, since the benchmarks trust both."""
 
 import os
 import subprocess
@@ -16,9 +15,8 @@ class ScaleFixtureTest(RootTestCase):
 
     def test_engine_collects_what_the_fixture_claims(self):
         out = os.path.join(self.tmp, "scale")
-        build = subprocess.run([sys.executable, "-I", "-B", SCALE, "build", out, "--packages", "1200",
-                                "--installed", "80", "--installed-updates", "12", "--seed", "7",
-                                "--no-apply-set"],
+        build = subprocess.run([sys.executable, "-I", "-B", SCALE, "build", out, "--packages", "1200", "--installed",
+                                "80", "--installed-updates", "12", "--seed", "7", "--no-apply-set"],
                                capture_output=True, text=True, timeout=600)
         self.assertEqual(build.returncode, 0, build.stderr)
         os.environ["SORVANROOT"] = os.path.join(out, "root")
@@ -35,15 +33,6 @@ class ScaleFixtureTest(RootTestCase):
         c.session.collectFileLists()
         c.session.collectOtherData()
         self.assertTrue(p.returnFileEntries() and p.returnChangelog())
-
-    def test_same_seed_same_metadata(self):
-        generate = ("import sys; sys.path.insert(0, %r); import scale; u = scale.Universe(7, 1140); "
-                    "print(sum(len(s['binaries']) for s in u.sources), u.sources[-1]['name'])"
-                    % os.path.dirname(SCALE))
-        first, second = (subprocess.run([sys.executable, "-I", "-B", "-c", generate],
-                                        capture_output=True, text=True) for _ in range(2))
-        self.assertEqual(first.returncode, 0, first.stderr)
-        self.assertEqual(first.stdout, second.stdout)
 
 
 if __name__ == "__main__":

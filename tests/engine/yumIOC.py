@@ -1,9 +1,6 @@
-"""Stand-in for the program's yumIOC module in the engine's tests.
-
-It records every call in order and checks each call's arguments the way the
-program parses them (its PyArg_ParseTuple formats), so that a call the
-program would reject fails here too.
-"""
+"""Stand-in for the program's yumIOC module: records every call in order and
+checks its arguments against the program's PyArg_ParseTuple formats, so that a
+call the program would reject fails here too."""
 
 calls = []
 answer = 0  # what userconfirm() answers
