@@ -57,7 +57,8 @@ class IsolationTest(RootTestCase):
         trace = os.path.join(self.tmp, "trace")
         calls = ("open,openat,creat,mkdir,mkdirat,unlink,unlinkat,rename,renameat,renameat2,"
                  "rmdir,link,linkat,symlink,symlinkat,truncate,chmod,fchmodat")
-        strace = ["strace", "-f", "-qq", "-e", "trace=" + calls, "-o", trace] if shutil.which("strace") else []
+        strace = ["strace", "-f", "-qq", "-e", "trace=" + calls, "-o", trace] \
+            if shutil.which("strace") else []
         plain = self.fullrun(strace)
         # The engine did speak, to the program.
         self.assertGreater(plain["calls"]["log"], 0)
@@ -84,15 +85,16 @@ class IsolationTest(RootTestCase):
         decoys = os.path.join(self.tmp, "decoys")
         extras = "name=decoy\nbaseurl=file://%s/sv-extras/\n" % REPOS
         for name, text in [("dnf.conf", "[main]\nexcludepkgs=sv-tool,sv-docs\ninstallonlypkgs=sv-lib\n"
-                            "reposdir=/etc/dnf/decoy.repos.d\ncachedir=/etc/dnf/cache\n[decoy-main]\n" + extras),
+                            "reposdir=/etc/dnf/decoy.repos.d\ncachedir=/etc/dnf/cache\n"
+                            "[decoy-main]\n" + extras),
                            ("decoy.repos.d/decoy.repo", "[decoy]\n" + extras),
                            ("vars/releasever", "99\n"), ("protected.d/decoy.conf", "sv-tool\n")]:
             os.makedirs(os.path.dirname(os.path.join(decoys, name)), exist_ok=True)
             with open(os.path.join(decoys, name), "w") as f:
                 f.write(text)
         mounts = ["mount --bind %s /etc/dnf" % decoys] + [
-            "mount -t tmpfs decoy " + d for d in ("/etc/yum.repos.d", "/etc/yum", "/var/lib/rpm", "/var/cache/dnf")
-            if os.path.isdir(d)]
+            "mount -t tmpfs decoy " + d for d in ("/etc/yum.repos.d", "/etc/yum", "/var/lib/rpm",
+                                                  "/var/cache/dnf") if os.path.isdir(d)]
         decoyed = self.fullrun(["unshare", "-m", "sh", "-c", " && ".join(mounts + ['exec "$@"']), "sh"])
         for key in ("updates", "installed", "available", "groups", "yumvar"):
             self.assertEqual(decoyed[key], plain[key], key)

@@ -1,15 +1,40 @@
-"""Repositories: the configuration the engine reads, the ones it cannot use,
-and what it does with one served over HTTP."""
+"""What the program requires of the script (how it stops on a bad start,
+where its log records and warnings go), the repository configuration it
+reads, the repositories it cannot use, and one served over HTTP."""
 
 import glob
+import logging
 import os
 import shutil
 import subprocess
 import sys
+import warnings
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import yumIOC  # noqa: E402
 from enginetest import REPOS, RootTestCase, names, run  # noqa: E402
+
+
+class ContractTest(RootTestCase):
+
+    def test_malformed_main_file_stops_the_engine_with_its_name(self):
+        main = self.writeFile("/etc/yum.conf", "[main\ngpgcheck=0\n")  # a link to dnf/dnf.conf
+        with self.assertRaises(SystemExit) as caught:
+            self.session()
+        self.assertIn(main, str(caught.exception))
+        self.assertTrue([t for _, t in yumIOC.of("errorlog") if main in t])
+
+    def test_log_records_keep_yums_detail_levels(self):
+        cases = [("dnf", logging.ERROR, "errorlog", 0), ("dnf", logging.WARNING, "errorlog", 1),
+                 ("dnf", 4, "log", 9), ("librepo", logging.DEBUG, "log", 3)]
+        for logger, level, function, detail in cases:
+            with self.subTest(logger=logger, level=level):
+                yumIOC.reset()
+                logging.getLogger(logger).log(level, "line %d\nsecond", level)
+                self.assertEqual(yumIOC.calls, [(function, (detail, "line %d\nsecond" % level))])
+        yumIOC.reset()
+        warnings.warn("an old API")
+        self.assertTrue([t for level, t in yumIOC.of("errorlog") if level == 1 and "an old API" in t])
 
 
 class ConfigurationTest(RootTestCase):
@@ -50,7 +75,8 @@ class ConfigurationTest(RootTestCase):
         os.unlink(self.path("/etc/yum.conf"))
         for main, tag in [("/etc/dnf/dnf.conf", "c"), ("/etc/yum.conf", "b"), ("/etc/yum/yum.conf", "a")]:
             self.writeFile(main, "[main]\nreposdir=/etc/repos-%s\n" % tag)
-            self.writeFile("/etc/repos-%s/%s.repo" % (tag, tag), "[repo-%s]\nbaseurl=file:///nowhere/\n" % tag)
+            self.writeFile("/etc/repos-%s/%s.repo" % (tag, tag),
+                           "[repo-%s]\nbaseurl=file:///nowhere/\n" % tag)
             self.assertEqual(list(self.session().repos.repos), ["repo-" + tag])
 
 
