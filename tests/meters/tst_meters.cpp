@@ -1,12 +1,15 @@
 // yum's download and metadata meters on a real progress model and real bars;
 // what is checked is what the bars and the model's slot table show.
-#include "tests/progress/ProgressScript.h"
 #include "tests/yumio/TestRows.h"
+#include "progress/Progress.h"
 #include "widgets/HProgressBar.h"
 #include "yumio/YumIOMeters.h"
 
 #include <QTest>
+#include <QThread>
 #include <memory>
+
+using namespace Qt::StringLiterals;
 
 namespace
 {
@@ -33,7 +36,14 @@ public:
         model = std::make_unique<Progress::Object>(&total, &item);
         // Structural signals are never throttled: these records are exact.
         QObject::connect(model.get(), &Progress::Object::updateThreadsStateSig, model.get(),
-            [this](Progress::ThreadsState const& threads) { slots = ProgressScript::slotRecords(threads); });
+            [this](Progress::ThreadsState const& threads) {
+                slots.clear();
+                for (unsigned i = 0; i < threads.count(); ++i)
+                    slots << u"%1:%2:%3/%4"_s.arg(threads[i].state)
+                                 .arg(threads[i].name)
+                                 .arg(threads[i].value)
+                                 .arg(threads[i].max);
+            });
         model->startTotal("Total", length);
         model->setupItemActs(length, length);
     }
