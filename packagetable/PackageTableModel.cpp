@@ -246,22 +246,6 @@ QVariant Model::data(QModelIndex const& index, int role) const
             break;
         }
         return QVariant();
-
-    case Qt::UserRole:
-        switch (column) {
-        case ActionColumn:
-            return int(e->action);
-        case StateColumn:
-            return int(e->state);
-        case KindColumn:
-            return int(e->kind);
-        case SizeColumn:
-            return QVariant::fromValue<quint64>(e->size);
-        case BuildTimeColumn:
-            return QVariant::fromValue<qlonglong>(e->buildTime);
-        default:
-            return QVariant::fromValue<Package::Entry*>(e);
-        }
     }
     return QVariant();
 }

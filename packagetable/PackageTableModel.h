@@ -5,15 +5,12 @@
 
 #include <QColor>
 #include <QIcon>
-#include <QMetaType>
 #include <QPointer>
 #include <functional>
 
 class QWidget;
 class YumConfIO;
 class YumIO;
-
-Q_DECLARE_METATYPE(Package::Entry*)
 
 namespace PackageTable
 {
@@ -40,11 +37,6 @@ inline constexpr int ColumnCount = 9;
 // session's order.  The model keeps no copy: every call reads the session, so
 // a new collection shows after reset().  It is the one place where the user's
 // action is written into an entry.
-//
-// The user role carries what the filter proxy sorts and filters by: the
-// action, state and kind as integers (columns 0 to 2), the entry itself
-// (columns 3 to 6), the size in bytes as an unsigned 64-bit number (7) and the
-// build time in seconds (8).
 class Model : public HAbstractTableModel
 {
     Q_OBJECT

@@ -12,7 +12,7 @@ namespace PackageTable
 
 SortFilterProxyModel::SortFilterProxyModel(
     StateFilter stateFilter, bool dups, bool groups, YumIO* yumIO, QObject* parent)
-    : HSortFilterProxyModel(NameColumn, parent)
+    : HSortFilterProxyModel(parent)
     , stateFilter(stateFilter)
     , dups(dups)
     , groups(groups)

@@ -6,15 +6,11 @@
 
 #include <QTemporaryDir>
 
-// A yum session collected from a private copy of the sandbox's root (so that
-// parallel tests do not meet on its lock).  Every dialog the session opens is
-// recorded and answered, so that a failure fails rather than hangs.
+// A yum session collected from a private copy of the sandbox's root (parallel
+// tests must not meet on its lock), with every dialog recorded and answered.
 class SandboxSession
 {
 public:
-    SandboxSession() = default;
-    SandboxSession(SandboxSession const&) = delete;
-    SandboxSession& operator=(SandboxSession const&) = delete;
     ~SandboxSession()
     {
         if (yumIO)
@@ -41,22 +37,16 @@ public:
     YumIO* yumIO = nullptr;
     SessionTest::DialogAnswerer dialogs;
 
-    // The row of the entry of that name, kind (and architecture); -1 for none.
-    int row(QString const& name, QString const& arch = {}, Package::Kind kind = Package::Ordinary) const
+    // The row of the entry of that name and kind; -1 for none.
+    int row(QString const& name, Package::Kind kind = Package::Ordinary) const
     {
         for (int i = 0; i < yumIO->count(); ++i) {
-            Package::Entry const* e = (*yumIO)[i];
-            if (e->name == name && e->kind == kind && (arch.isEmpty() || e->arch == arch))
+            if ((*yumIO)[i]->name == name && (*yumIO)[i]->kind == kind)
                 return i;
         }
         return -1;
     }
-    Package::Entry* entry(
-        QString const& name, QString const& arch = {}, Package::Kind kind = Package::Ordinary) const
-    {
-        int const i = row(name, arch, kind);
-        return i < 0 ? nullptr : (*yumIO)[i];
-    }
+    Package::Entry* entry(QString const& name) const { return (*yumIO)[row(name)]; }
 
 private:
     QTemporaryDir dir;
