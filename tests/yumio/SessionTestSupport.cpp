@@ -106,12 +106,10 @@ void DialogAnswerer::look()
         dialog.kind = box->icon() == QMessageBox::Critical ? Dialog::Critical
             : box->icon() == QMessageBox::Warning          ? Dialog::Warning
                                                            : Dialog::Other;
-        dialog.text = box->text();
-        dialogs.append(dialog);
+        dialogs.append({ dialog.kind, dialog.title, box->text() });
         QAbstractButton* press = box->button(QMessageBox::Ok);
         for (QAbstractButton* button : box->buttons())
-            if (!answer.isEmpty() && button->text() == answer)
-                press = button;
+            press = !answer.isEmpty() && button->text() == answer ? button : press;
         press ? press->click() : box->reject();
         return;
     }

@@ -1,6 +1,5 @@
 #pragma once
 
-// Python's header first: it sets feature macros the C library headers read.
 #include "TestRows.h"
 #include "yumio/YumIO.h"
 
@@ -14,19 +13,15 @@ namespace SessionTest
 {
 
 // Runs the sandbox tool's `command` ("clone", "serve", "stop") on the
-// sandbox built by the sandbox fixture; its error output when it failed.
+// fixture's sandbox; its error output when it failed.
 QString sandbox(QString const& command, QStringList const& arguments);
 // The interpreter the engine belongs to, and the native architecture.
 QString python();
 QString nativeArch();
-
-// Runs `work` on a new thread while the GUI thread goes on with its events,
-// as the session's own workers do.
+// Runs `work` on a new thread while the GUI thread goes on with its events.
 void onWorker(std::function<void()> work);
-// The session's log entries from `from` on.
 QList<Log::Entry> logged(YumIO* io, qsizetype from = 0);
-// Runs statements in __main__ of the session's interpreter from the GUI
-// thread; false when they raised.
+// Runs statements in the session's __main__; false when they raised.
 bool pyRun(QString const& code);
 
 // Another process holding a lock from its start until release() or the end
@@ -47,7 +42,6 @@ private:
     bool holding = false;
 };
 
-// A dialog that was shown, as the user saw it.
 struct Dialog {
     enum Kind { Critical, Warning, Question, Scrollable, Other } kind = Other;
     QString title, text;
@@ -65,7 +59,7 @@ public:
     QList<Dialog> dialogs;
     QString answer;
     bool accept = true;
-    // "title: text" of each dialog, for failure messages.
+    // "title: text | title: text ..." of the dialogs, for failure messages.
     QString summary() const;
     void clear() { dialogs.clear(); }
 
