@@ -13,10 +13,10 @@
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <cstring>
-#include <sys/fsuid.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -29,48 +29,53 @@ inline QByteArray local(QString const& path)
 }
 
 // A managed root, current for the object's life; members take the managed
-// system's paths ("/etc/yum.conf").
+// system's paths, a bare file name standing for one in /etc/yum.repos.d.
 class Root
 {
 public:
     Root()
     {
         qputenv("SORVANROOT", local(m_dir.path()));
-        ::chmod(local(m_dir.path()).constData(), 0755); // traversable for AsNobody
+        ::chmod(local(m_dir.path()).constData(), 0755); // traversable for other users
     }
     ~Root() { qputenv("SORVANROOT", "/nonexistent/sorvan-test-root"); }
     QString path() const { return m_dir.path(); }
-    QString host(QString const& system) const { return m_dir.path() + system; }
-    void mkdir(QString const& system) const { QDir().mkpath(host(system)); }
+    QString host(QString const& system) const
+    {
+        return m_dir.path() + (system.startsWith('/') ? system : "/etc/yum.repos.d/" + system);
+    }
 
     bool put(QString const& system, QByteArray const& content, mode_t mode = 0644) const
     {
-        mkdir(QFileInfo(system).path());
+        QDir().mkpath(QFileInfo(host(system)).path());
         QFile file(host(system));
         return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.flush()
             && ::chmod(local(host(system)).constData(), mode) == 0;
     }
-    bool link(QString const& system, QString const& target) const
+    // Each file is "path=content" (Latin-1), "path->target" or "path/" for a directory.
+    bool make(QStringList const& files) const
     {
-        mkdir(QFileInfo(system).path());
-        return ::symlink(local(target).constData(), local(host(system)).constData()) == 0;
+        for (QString const& file : files) {
+            QString const path = file.section(QRegularExpression("->|="), 0, 0);
+            QString const rest = file.mid(path.size());
+            QDir().mkpath(QFileInfo(host(path)).path());
+            bool const made = rest.startsWith("->")
+                ? ::symlink(local(rest.mid(2)).constData(), local(host(path)).constData()) == 0
+                : rest.isEmpty() ? QDir().mkpath(host(path))
+                                 : put(path, rest.mid(1).toLatin1());
+            if (!made)
+                return false;
+        }
+        return true;
     }
     QByteArray get(QString const& system) const
     {
         QFile file(host(system));
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
     }
-    struct stat status(QString const& system) const
-    {
-        struct stat st;
-        std::memset(&st, 0, sizeof st);
-        ::lstat(local(host(system)).constData(), &st);
-        return st;
-    }
-    bool isLink(QString const& system) const { return S_ISLNK(status(system).st_mode); }
 
-    // Every file and link below the root by system path: mode, owner and
-    // content of a file, or the target of a link.
+    // Every file and link below the root by system path: "mode uid:gid\n"
+    // and the content of a file, "-> target" of a link.
     QMap<QString, QByteArray> snapshot() const
     {
         QMap<QString, QByteArray> files;
@@ -78,13 +83,12 @@ public:
             QDirIterator::Subdirectories);
         while (it.hasNext()) {
             QString const system = it.next().mid(path().size());
-            struct stat const st = status(system);
-            char target[4096];
+            struct stat st;
+            ::lstat(local(host(system)).constData(), &st);
+            char link[4096];
             if (S_ISLNK(st.st_mode))
                 files.insert(system,
-                    "-> "
-                        + QByteArray(
-                            target, ::readlink(local(host(system)).constData(), target, sizeof target)));
+                    "-> " + QByteArray(link, ::readlink(local(it.filePath()).constData(), link, 4096)));
             else if (!S_ISDIR(st.st_mode))
                 files.insert(system,
                     QByteArray::number(st.st_mode & 07777, 8) + ' ' + QByteArray::number(st.st_uid) + ':'
@@ -97,44 +101,19 @@ private:
     QTemporaryDir m_dir;
 };
 
-// The file-system identity of an unprivileged user for the calling thread,
-// so that permissions mean something to a test run as root.
-struct AsNobody {
-    AsNobody() { become(65534); }
-    ~AsNobody() { become(0); }
-    static void become(unsigned id)
-    {
-        if (::geteuid() == 0) {
-            ::setfsgid(id);
-            ::setfsuid(id);
-        }
-    }
-};
-
 // Answers every message box shown while it lives, in order of `answers` (the
-// last one repeats), recording each; an answer the box lacks is Escape.
+// last one repeats), recording its text; an answer the box lacks, and
+// NoButton, is Return: its default button.
 class BoxAnswerer : public QObject
 {
 public:
-    struct Box {
-        QString title, text;
-        QMessageBox::StandardButton defaultButton, escapeButton;
-    };
-    QList<Box> boxes;
+    QStringList texts;
 
-    explicit BoxAnswerer(QList<QMessageBox::StandardButton> answers = { QMessageBox::Ok })
+    explicit BoxAnswerer(QList<QMessageBox::StandardButton> answers = { QMessageBox::NoButton })
         : m_answers(answers)
     {
         connect(&m_timer, &QTimer::timeout, this, &BoxAnswerer::answer);
         m_timer.start(5);
-    }
-    // The texts of the boxes shown, joined by "|".
-    QString texts() const
-    {
-        QStringList list;
-        for (Box const& box : boxes)
-            list.append(box.text);
-        return list.join('|');
     }
 
 private:
@@ -144,15 +123,12 @@ private:
         if (!box || !box->isVisible() || m_answered.contains(QPointer<QMessageBox>(box)))
             return;
         m_answered.append(box);
-        auto standard
-            = [box](QAbstractButton* b) { return b ? box->standardButton(b) : QMessageBox::NoButton; };
-        boxes.append({ box->windowTitle(), box->text(), standard(box->defaultButton()),
-            standard(box->escapeButton()) });
+        texts.append(box->text());
         auto const answer = m_answers.size() > 1 ? m_answers.takeFirst() : m_answers.value(0);
         if (QAbstractButton* button = box->button(answer))
             button->click();
         else
-            QTest::keyClick(box, Qt::Key_Escape);
+            QTest::keyClick(box, Qt::Key_Return);
     }
 
     QTimer m_timer;
@@ -175,32 +151,6 @@ inline Repo::Entry entry(QString const& id, double position, QString const& file
     e.position = position;
     e.file = file;
     return e;
-}
-
-// An entry as "id@position key=value ...", only the fields that are set, line
-// feeds shown as "|"; a list joined by "; ".
-inline QString describe(Repo::EntryList const& entries)
-{
-    QStringList list;
-    for (Repo::Entry const& e : entries) {
-        QString text = e.id + '@' + QString::number(e.position);
-        auto add = [&](char const* key, QString const& value) {
-            if (!value.isEmpty())
-                text += ' ' + QLatin1String(key) + '=' + value;
-        };
-        auto flag = [](Repo::Entry::Flag f) {
-            return f == Repo::Entry::Unset ? QString()
-                                           : QString::fromLatin1(f == Repo::Entry::On ? "on" : "off");
-        };
-        add("name", e.name);
-        add("baseurl", e.baseurl);
-        add("mirrorlist", e.mirrorlist);
-        add("enabled", flag(e.enabled));
-        add("gpgcheck", flag(e.gpgcheck));
-        add("other", e.other);
-        list.append(text.replace('\n', '|'));
-    }
-    return list.join("; ");
 }
 
 inline QString errnoSuffix(int error)

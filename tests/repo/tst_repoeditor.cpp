@@ -1,14 +1,15 @@
 #include "ConfTestSupport.h"
 #include "app/Share.h"
-#include "repo/RepoEditorConfig.h"
 #include "repo/RepoEditorConfigDialog.h"
 #include "repo/RepoEditorDialog.h"
 #include "repo/RepoEditorModel.h"
+#include "repo/RepoEditorSortFilterProxyModel.h"
 #include "repo/RepoEditorView.h"
 #include "widgets/HFrameLabel.h"
 #include "widgets/PasswdLineEdit.h"
 #include "widgets/PasswdTextEdit.h"
 
+#include <QAbstractItemModelTester>
 #include <QComboBox>
 #include <QLineEdit>
 #include <QSignalSpy>
@@ -18,18 +19,10 @@ using RepoEditor::Model;
 
 namespace
 {
-QString const repos = "/etc/yum.repos.d/";
-
-template <typename T = QLineEdit>
-T* field(QWidget* dialog, char const* name)
-{
-    return dialog->findChild<T*>(QLatin1String(name));
-}
-
 void click(QWidget* dialog, char const* button)
 {
-    QVERIFY(field<QPushButton>(dialog, button)->isEnabled());
-    field<QPushButton>(dialog, button)->click();
+    QVERIFY(dialog->findChild<QPushButton*>(button)->isEnabled());
+    dialog->findChild<QPushButton*>(button)->click();
 }
 
 // Fills the configuration dialog that opens next with `fields` (object name,
@@ -40,17 +33,16 @@ void whenConfigOpens(QList<QPair<char const*, QString>> fields)
         auto* dialog = qobject_cast<RepoEditor::ConfigDialog*>(QApplication::activeModalWidget());
         QVERIFY(dialog);
         for (auto const& [name, text] : fields) {
-            if (auto* urls = field<PasswdTextEdit>(dialog, name))
+            if (auto* urls = dialog->findChild<PasswdTextEdit*>(name))
                 urls->setText(text);
             else
-                field(dialog, name)->setText(text);
+                dialog->findChild<QLineEdit*>(name)->setText(text);
         }
         click(dialog, "okButton");
     });
 }
 
-// The editor's table as it shows: "id:sess/perm" per row, 1 for a checked
-// box.
+// The editor's table as it shows: "id:session/permanent", 1 for a checked box.
 QString rows(RepoEditor::View* view)
 {
     QStringList list;
@@ -65,13 +57,13 @@ QString rows(RepoEditor::View* view)
     return list.join(' ');
 }
 
-QPoint cellCentre(RepoEditor::View* view, QString const& id, int column)
+void clickCell(RepoEditor::View* view, QString const& id, int column, Qt::KeyboardModifiers keys = {})
 {
     for (int row = 0; row < view->model()->rowCount(); ++row) {
         if (view->model()->index(row, Model::IdColumn).data().toString() == id)
-            return view->visualRect(view->model()->index(row, column)).center();
+            QTest::mouseClick(view->viewport(), Qt::LeftButton, keys,
+                view->visualRect(view->model()->index(row, column)).center());
     }
-    return {};
 }
 } // namespace
 
@@ -82,32 +74,50 @@ class TestRepoEditor : public QObject
 private Q_SLOTS:
     void initTestCase() { qputenv("SORVANROOT", "/nonexistent/sorvan-test-root"); }
 
+    void naturalOrder_data()
+    {
+        columns<QString, QString, int>("left", "right", "order");
+        row("number", "repo9", "repo10", -1);
+        row("leading zero", "a01", "a1", 0);
+        row("too large is zero", "x99999999999999999999", "x1", -1);
+    }
+    void naturalOrder()
+    {
+        QFETCH(QString, left);
+        QFETCH(QString, right);
+        QFETCH(int, order);
+        QCOMPARE(RepoEditor::SortFilterProxyModel::naturalLessThan(left, right), order < 0);
+        QCOMPARE(RepoEditor::SortFilterProxyModel::naturalLessThan(right, left), order > 0);
+    }
+
     // A session as a user would have it: toggles by click and key, Edit, Add,
-    // Copy, Remove of several rows, Apply, Reset All, Cancel and OK, with the
-    // files and the change reports checked after each.
+    // Copy, Remove of several rows, Apply, Reset All, Cancel and OK, and a
+    // failed write, with the files and the change reports checked after each.
     void editSession()
     {
         Root root;
-        root.put("/etc/yum.conf", "[main]\n");
-        root.put(repos + "a.repo", "[repo10]\nname=Ten\nbaseurl=file:///10/\n\n[repo9]\nenabled=0\n");
-        root.put(repos + "b.repo", "[b]\nname=B\nbaseurl=file:///b/\n");
+        QVERIFY(root.make({ "/etc/yum.conf=[main]\n",
+            "a.repo=[repo10]\nname=Ten\nbaseurl=file:///10/\n\n[repo9]\nenabled=0\n",
+            "b.repo=[b]\nname=B\nbaseurl=file:///b/\n", "dir.repo/" }));
         Conf conf;
         RepoEditor::Dialog editor(nullptr, &conf.io);
         QSignalSpy changed(&editor, &RepoEditor::Dialog::reposChanged);
         auto* view = editor.view();
-        auto* status = field<HFrameLabel>(&editor, "statusLabel");
+        QAbstractItemModelTester tester(
+            view->model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+        auto* status = editor.findChild<HFrameLabel*>("statusLabel");
         editor.show();
         QCOMPARE(rows(view), "b:1/1 repo9:0/0 repo10:1/1");
 
         // Session toggles alone leave nothing to apply; OK keeps them.
-        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, cellCentre(view, "repo9", 0));
-        QVERIFY(!field<QPushButton>(&editor, "applyButton")->isEnabled());
+        clickCell(view, "repo9", 0);
+        QVERIFY(!editor.findChild<QPushButton*>("applyButton")->isEnabled());
         click(&editor, "okButton");
         QCOMPARE(changed.size(), 1);
         QCOMPARE(conf.session.value("repo9"), true);
 
         editor.show();
-        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, cellCentre(view, "b", 1));
+        clickCell(view, "b", 1);
         view->setCurrentRow(0); // repo10
         whenConfigOpens({ { "nameEdit", "Ten renamed" } });
         QTest::keyClick(view, Qt::Key_Return);
@@ -120,15 +130,15 @@ private Q_SLOTS:
         QCOMPARE(rows(view), "b:1/0 new:1/1 new2:1/1 repo9:1/0 repo10:1/1");
 
         // Two rows selected bottom up by click and Ctrl+click, removed by Delete.
-        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, cellCentre(view, "repo9", 3));
-        QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::ControlModifier, cellCentre(view, "new", 3));
+        clickCell(view, "repo9", 3);
+        clickCell(view, "new", 3, Qt::ControlModifier);
         QTest::keyClick(view, Qt::Key_Delete);
         QCOMPARE(rows(view), "b:1/0 new2:1/1 repo10:1/1");
         QVERIFY(QMetaObject::invokeMethod(&editor, "apply"));
-        QCOMPARE(root.get(repos + "a.repo"), "[repo10]\nname=Ten renamed\nbaseurl=file:///10/\n");
-        QCOMPARE(root.get(repos + "b.repo"), "[b]\nname=B\nbaseurl=file:///b/\nenabled=0\n");
-        QCOMPARE(root.get(repos + "new2.repo"), "[new2]\nbaseurl=file:///new/\n        file:///n2/\n");
-        QVERIFY(!QFile::exists(root.host(repos + "new.repo")));
+        QCOMPARE(root.get("a.repo"), "[repo10]\nname=Ten renamed\nbaseurl=file:///10/\n");
+        QCOMPARE(root.get("b.repo"), "[b]\nname=B\nbaseurl=file:///b/\nenabled=0\n");
+        QCOMPARE(root.get("new2.repo"), "[new2]\nbaseurl=file:///new/\n        file:///n2/\n");
+        QVERIFY(!QFile::exists(root.host("new.repo")));
         QCOMPARE(status->text(), QString());
 
         // Reset All and Cancel go back to the files as applied; Space toggles.
@@ -137,84 +147,35 @@ private Q_SLOTS:
         QCOMPARE(rows(view), "b:1/0 new2:1/0 repo10:1/1");
         click(&editor, "resetAllButton");
         QCOMPARE(rows(view), "b:1/0 new2:1/1 repo10:1/1");
-        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, cellCentre(view, "b", 0));
-        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, cellCentre(view, "repo10", 1));
+        clickCell(view, "b", 0);
+        clickCell(view, "repo10", 1);
         auto const files = root.snapshot();
         click(&editor, "cancelButton");
         QVERIFY(!editor.isVisible());
         QCOMPARE(root.snapshot(), files);
         QCOMPARE(conf.session.value("b"), true);
         QCOMPARE(changed.size(), 2); // applied before the cancel
-    }
 
-    // A write that fails keeps the dialog open with every edit; the editor
-    // refuses to open when the files cannot be read.
-    void failures()
-    {
-        Root root;
-        root.put("/etc/yum.conf", "[main]\n");
-        root.put(repos + "a.repo", "[a]\nname=A\n");
-        root.mkdir(repos + "dir.repo"); // a directory where a file belongs
-        Conf conf;
-        RepoEditor::Dialog editor(nullptr, &conf.io);
-        QSignalSpy changed(&editor, &RepoEditor::Dialog::reposChanged);
+        // A write that fails keeps the dialog open with every edit; the editor
+        // refuses to open when the files cannot be read.
         editor.show();
-        view(editor)->setCurrentRow(0);
-        whenConfigOpens({ { "nameEdit", "A2" }, { "fileEdit", "/etc/yum.repos.d/dir.repo" } });
+        view->setCurrentRow(0);
+        whenConfigOpens({ { "nameEdit", "B2" }, { "fileEdit", "/etc/yum.repos.d/dir.repo" } }); // repo10
         click(&editor, "editButton");
-        auto const files = root.snapshot();
         {
             BoxAnswerer boxes;
             click(&editor, "okButton");
-            QCOMPARE(boxes.boxes.size(), 1);
+            QCOMPARE(boxes.texts.size(), 1);
         }
         QVERIFY(editor.isVisible());
         QCOMPARE(root.snapshot(), files);
-        QCOMPARE(conf.io.repos().value(0).name, "A2");
-        QVERIFY(field<QPushButton>(&editor, "applyButton")->isEnabled());
+        QCOMPARE(conf.io.repos().value(0).name, "B2");
         click(&editor, "cancelButton");
-        QCOMPARE(changed.size(), 0);
-
-        root.put(repos + "bad.repo", "[bad\n");
+        QCOMPARE(changed.size(), 2);
+        QVERIFY(root.put("bad.repo", "[bad\n"));
         BoxAnswerer boxes;
         QCOMPARE(editor.exec(), int(QDialog::Rejected));
-        QCOMPARE(boxes.boxes.size(), 1);
-    }
-
-    void configStatus_data()
-    {
-        columns<QString, QString, QString, QString, QString>("id", "urls", "mirror", "file", "status");
-        QString const buffet = "https://h/buffet?u=%1&p=%2&path=rhel/x/";
-        row("no id", "", "file:///a/", "", "", "No Identifier specified");
-        row("no url", "a", "", "", "", "No URLs or Mirror list URL specified");
-        row("outside", "a", "file:///a/", "", "/srv/a.repo", "File is not in any reposdir directory");
-        row("suffix", "a", "", "file:///a/", "/etc/yum.repos.d/a.conf", "File lacks .repo suffix");
-        row("main file", "a", "file:///a/", "", "/etc/yum.conf", "");
-        row("bare name", "a", "file:///a/", "", "a.repo", "");
-        row("no name", "a", buffet.arg("", "pw"), "", "", "No Buffet Authentication Name specified");
-        row("no password", "a", "", buffet.arg("me", ""), "", "No Buffet Authentication Password specified");
-        row("complete", "a", buffet.arg("me", "pw"), "", "", "");
-    }
-    void configStatus()
-    {
-        QFETCH(QString, id);
-        QFETCH(QString, urls);
-        QFETCH(QString, mirror);
-        QFETCH(QString, file);
-        QFETCH(QString, status);
-        Root root;
-        root.put("/etc/yum.conf", "[main]\n");
-        Conf conf;
-        QVERIFY(conf.io.read(nullptr));
-        Repo::Entry entry;
-        entry.id = id;
-        entry.baseurl = urls;
-        entry.mirrorlist = mirror;
-        entry.file = file.startsWith('/') ? root.host(file) : file;
-        RepoEditor::ConfigDialog dialog(&conf.io);
-        dialog.setEntry(&entry);
-        dialog.changed();
-        QCOMPARE(field<HFrameLabel>(&dialog, "statusLabel")->text(), status);
+        QCOMPARE(boxes.texts.size(), 1);
     }
 
     // The buffet fields and the URLs in step both ways; the Default items
@@ -232,31 +193,28 @@ private Q_SLOTS:
         RepoEditor::ConfigDialog dialog(&conf.io);
         dialog.setEntry(&entry);
         dialog.show();
-        QCOMPARE(field<QComboBox>(&dialog, "enabledBox")->currentText(), "Default (No)");
-        QCOMPARE(field<QComboBox>(&dialog, "gpgcheckBox")->currentText(), "Default (Yes)");
+        QCOMPARE(dialog.findChild<QComboBox*>("enabledBox")->currentText(), "Default (No)");
+        QCOMPARE(dialog.findChild<QComboBox*>("gpgcheckBox")->currentText(), "Default (Yes)");
         click(&dialog, "okButton");
         QCOMPARE(dialog.result(), int(QDialog::Rejected));
 
         dialog.show();
-        QTest::keyClicks(field(&dialog, "authNameEdit"), "a b&c");
-        QTest::keyClicks(field(&dialog, "authPasswordEdit"), "pw");
-        auto* urls = field<PasswdTextEdit>(&dialog, "urlsEdit");
-        auto* mirror = field<PasswdLineEdit>(&dialog, "mirrorlistEdit");
+        QTest::keyClicks(dialog.findChild<QLineEdit*>("authNameEdit"), "a b&c");
+        QTest::keyClicks(dialog.findChild<QLineEdit*>("authPasswordEdit"), "pw");
+        auto* urls = dialog.findChild<PasswdTextEdit*>("urlsEdit");
+        auto* mirror = dialog.findChild<PasswdLineEdit*>("mirrorlistEdit");
         QCOMPARE(urls->text(), "https://h/buffet?user=a%20b%26c&pass=pw&path=/x/");
         QCOMPARE(mirror->text(), "https://h/rhel/user=a%20b%26c/pass=pw/list");
         QVERIFY(!urls->toPlainText().contains("pw"));
         QVERIFY(!mirror->QLineEdit::text().contains("pw"));
         urls->setText("https://h/buffet?user=me&pass=secret&path=/x/");
-        QCOMPARE(field(&dialog, "authNameEdit")->text(), "me");
-        QCOMPARE(field(&dialog, "authPasswordEdit")->text(), "secret");
+        QCOMPARE(dialog.findChild<QLineEdit*>("authNameEdit")->text(), "me");
+        QCOMPARE(dialog.findChild<QLineEdit*>("authPasswordEdit")->text(), "secret");
         click(&dialog, "okButton");
         QCOMPARE(dialog.result(), int(QDialog::Accepted));
         QCOMPARE(entry.mirrorlist, "https://h/rhel/user=a%20b%26c/pass=pw/list");
         QCOMPARE(conf.session.value("a", true), false);
     }
-
-private:
-    static RepoEditor::View* view(RepoEditor::Dialog& editor) { return editor.view(); }
 };
 
 QTEST_MAIN(TestRepoEditor)
