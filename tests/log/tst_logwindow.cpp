@@ -9,14 +9,9 @@
 
 namespace
 {
-HTextEdit* areaOf(Log::Window& window)
-{
-    return window.findChild<HTextEdit*>();
-}
-
 QStringList lines(Log::Window& window)
 {
-    QString const text = areaOf(window)->toPlainText();
+    QString const text = window.findChild<HTextEdit*>()->toPlainText();
     return text.isEmpty() ? QStringList() : text.split('\n');
 }
 } // namespace
@@ -54,7 +49,7 @@ private Q_SLOTS:
         window.show();
         QCOMPARE(lines(window), colour == "-" ? QStringList("after") : QStringList({ "the entry", "after" }));
         QTextCharFormat const format
-            = areaOf(window)->document()->firstBlock().begin().fragment().charFormat();
+            = window.findChild<HTextEdit*>()->document()->firstBlock().begin().fragment().charFormat();
         if (colour != "-")
             QCOMPARE(format.foreground().color(), colour.isEmpty() ? QColor(Qt::black) : QColor(colour));
     }

@@ -55,19 +55,16 @@ public:
             [this](Steps t, Steps v) { records << u"value %1 %2"_s.arg(t).arg(v); });
         add(&Object::endItemActsSig, [this](Steps v) { records << u"endacts %1"_s.arg(v); });
         add(&Object::setTotalValueSig, [this](Steps v) { records << u"totalvalue %1"_s.arg(v); });
-        add(&Object::updateThreadsStateSig, [this](ThreadsState const& s) { records << slotsRecord(s); });
+        // "slots state:name:value/max,..." or "slots -".
+        add(&Object::updateThreadsStateSig, [this](ThreadsState const& threads) {
+            QStringList slots;
+            for (unsigned i = 0; i < threads.count(); ++i) {
+                ThreadState const& t = threads[i];
+                slots << u"%1:%2:%3/%4"_s.arg(t.state).arg(t.name).arg(t.value).arg(t.max);
+            }
+            records << u"slots "_s + (slots.isEmpty() ? u"-"_s : slots.join(u','));
+        });
         add(&Object::resetSig, [this] { records << u"reset"_s; });
-    }
-
-    // "slots state:name:value/max,..." or "slots -".
-    static QString slotsRecord(ThreadsState const& threads)
-    {
-        QStringList slots;
-        for (unsigned i = 0; i < threads.count(); ++i) {
-            ThreadState const& t = threads[i];
-            slots << u"%1:%2:%3/%4"_s.arg(t.state).arg(t.name).arg(t.value).arg(t.max);
-        }
-        return u"slots "_s + (slots.isEmpty() ? u"-"_s : slots.join(u','));
     }
 
     // Performs one step and returns the records of the signals it emitted;
@@ -340,37 +337,24 @@ private Q_SLOTS:
         QCOMPARE(barState(item), "[] -1 0..1 off");
     }
 
-    // Slots as "state:name:value/max"; a state past the known ones counts as
-    // not started, and names are plain text.
-    void tip_data()
-    {
-        QTest::addColumn<QStringList>("slots");
-        QTest::addColumn<QStringList>("rows");
-        QTest::newRow("every state, in slot order")
-            << QStringList { "0::0/1", "3:done.rpm:5/5", "2:a.rpm:10/40", "1:<b>x:0/9", "4:odd:0/1",
-                   "2:iso:6000000000/8000000000", "2:b.rpm:300/1" }
-            << QStringList { "done.rpm|Complete" + green + "+box", "a.rpm|10 / 40 (0.25%%)" + yellow,
-                   "<b>x|Retrying" + orange + "+box", "iso|6000000000 / 8000000000 (0.75%%)" + yellow,
-                   "b.rpm|In Progress" + yellow, "2 downloads|Not Started Yet" + orange };
-        QStringList twenty;
-        for (int i = 0; i < 20; ++i)
-            twenty << u"3:f%1:1/1"_s.arg(i);
-        QTest::newRow("21 complete are summed up")
-            << QStringList { "2:p.rpm:1/4" } + twenty + QStringList { "3:last:1/1" }
-            << QStringList { "21 downloads|Complete" + green, "p.rpm|1 / 4 (0.25%%)" + yellow };
-    }
+    // Past 20 the complete files are summed up; a state past the known ones
+    // counts as not started, and names are plain text.
     void tip()
     {
-        QFETCH(QStringList, slots);
-        ThreadsState threads(quint32(slots.size()));
-        for (unsigned i = 0; i < threads.count(); ++i) {
-            QStringList const parts = slots[int(i)].split(u':');
-            threads[i] = { parts[1], parts[2].section(u'/', 0, 0).toULongLong(),
-                parts[2].section(u'/', 1).toULongLong(), ThreadState::State(parts[0].toInt()) };
-        }
+        ThreadsState threads(26);
+        threads[0] = { "a.rpm", 10, 40, ThreadState::InProgress };
+        threads[1] = { "iso", 6000000000, 8000000000, ThreadState::InProgress };
+        threads[2] = { "b.rpm", 300, 1, ThreadState::InProgress };
+        threads[3] = { "<b>x", 0, 9, ThreadState::Retrying };
+        threads[4] = { "odd", 0, 1, ThreadState::State(4) };
+        for (unsigned i = 5; i < 26; ++i)
+            threads[i] = { u"f%1"_s.arg(i), 1, 1, ThreadState::Complete };
         QWidget area;
         Minion::fillTip(&area, threads);
-        QTEST(tipRows(&area), "rows");
+        QCOMPARE(tipRows(&area),
+            QStringList({ "21 downloads|Complete" + green, "a.rpm|10 / 40 (0.25%%)" + yellow,
+                "iso|6000000000 / 8000000000 (0.75%%)" + yellow, "b.rpm|In Progress" + yellow,
+                "<b>x|Retrying" + orange + "+box", "1 downloads|Not Started Yet" + orange }));
         for (QLabel* const label : area.findChildren<QLabel*>())
             QCOMPARE(label->textFormat(), Qt::PlainText);
     }
