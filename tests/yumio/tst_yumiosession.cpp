@@ -11,6 +11,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <clocale>
 #include <csignal>
 #include <ctime>
 #include <pthread.h>
@@ -55,6 +56,13 @@ class TestYumIOSession : public QObject
     bool switchRoot(QString const& path)
     {
         return pyRun(QStringLiteral("import os\nos.environ['SORVANROOT'] = '%1'\n").arg(path));
+    }
+    void plant(QString const& relative, QByteArray const& content)
+    {
+        QDir().mkpath(QFileInfo(dir.filePath(relative)).path());
+        QFile file(dir.filePath(relative));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+        file.setPermissions(file.permissions() | QFileDevice::ExeOwner);
     }
     // Makes the script's method log an error and a detail (level 3) and
     // then raise `exception` (a Python expression), once.
@@ -105,9 +113,11 @@ class TestYumIOSession : public QObject
     }
 
 private Q_SLOTS:
-    // A root that is not there: the script cannot make its session and
-    // exits, which is one message, and no session.  Started again on a real
-    // root, the session works.
+    // Started in the C locale, as under pkexec, with everything in the
+    // environment that could slip code into a root process: if any of it is
+    // honoured, a marker appears or the start fails.  A root that is not
+    // there: the script cannot make its session and exits, which is one
+    // message, and no session.  Started again on a real root, it works.
     void initTestCase()
     {
         qputenv("TZ", "UTC");
@@ -120,14 +130,42 @@ private Q_SLOTS:
         itemBar = new HProgressBar(window);
         io = new YumIO;
         io->setup(window, totalBar, itemBar);
-        qputenv("SORVANROOT", dir.filePath("missing").toLocal8Bit());
+        QByteArray const version = "python3." + QByteArray::number(PY_MINOR_VERSION);
+        QByteArray const marker = "import builtins\nbuiltins.SORVAN_TRAPPED = __file__\n";
+        plant("trap/path/sitecustomize.py", marker);
+        plant("trap/user/lib/" + version + "/site-packages/usercustomize.py", marker);
+        plant("trap/bin/python3", "#!/bin/sh\nexit 1\n");
+        plant("trap/lib/" + version + "/os.py", marker + "raise SystemExit('trap stdlib')\n");
+        QByteArray const path = qgetenv("PATH");
+        QHash<char const*, QByteArray> const traps { { "PATH",
+                                                         dir.filePath("trap/bin").toUtf8() + ':' + path },
+            { "PYTHONPATH", dir.filePath("trap/path").toUtf8() },
+            { "PYTHONUSERBASE", dir.filePath("trap/user").toUtf8() },
+            { "PYTHONHOME", dir.filePath("trap").toUtf8() }, { "PYTHONOPTIMIZE", "2" },
+            { "SORVANROOT", dir.filePath("missing").toLocal8Bit() } };
+        for (auto const& [name, value] : traps.asKeyValueRange())
+            qputenv(name, value);
+        std::setlocale(LC_CTYPE, "C");
+        std::signal(SIGPIPE, SIG_DFL);
         QVERIFY(!io->initialize());
+        for (char const* name : { "PYTHONPATH", "PYTHONUSERBASE", "PYTHONHOME", "PYTHONOPTIMIZE" })
+            qunsetenv(name);
+        qputenv("PATH", path);
         QVERIFY2(answerer.dialogs.size() == 1 && answerer.summary().contains(dir.filePath("missing"))
                 && answerer.summary().endsWith("\nUnable to initialize"),
             qPrintable(answerer.summary()));
         QVERIFY(!io->collect({}));
         QVERIFY(switchRoot(root));
         QVERIFY2(io->initialize(), qPrintable(answerer.summary()));
+        QVERIFY(pyRun(
+            QStringLiteral("import builtins, os, signal, site, sys\n"
+                           "assert sys.flags.isolated == 1 and sys.flags.optimize == 0\n"
+                           "assert sys.getfilesystemencoding() == sys.__stdout__.encoding == 'utf-8'\n"
+                           "assert signal.getsignal(signal.SIGPIPE) == signal.SIG_IGN\n"
+                           "assert not hasattr(builtins, 'SORVAN_TRAPPED') and not site.ENABLE_USER_SITE\n"
+                           "assert not [p for p in sys.path if p.startswith('%1')], sys.path\n"
+                           "assert os.path.realpath(sys.executable) == os.path.realpath('%2')\n")
+                .arg(dir.path(), python())));
     }
     void cleanupTestCase()
     {
