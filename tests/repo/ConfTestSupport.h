@@ -52,7 +52,8 @@ public:
         return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.flush()
             && ::chmod(local(host(system)).constData(), mode) == 0;
     }
-    // Each file is "path=content" (Latin-1), "path->target" or "path/" for a directory.
+    // Each file is "path=content" (Latin-1), "path->target", "path/" for a
+    // directory or "path|" for a FIFO.
     bool make(QStringList const& files) const
     {
         for (QString const& file : files) {
@@ -61,8 +62,9 @@ public:
             QDir().mkpath(QFileInfo(host(path)).path());
             bool const made = rest.startsWith("->")
                 ? ::symlink(local(rest.mid(2)).constData(), local(host(path)).constData()) == 0
-                : rest.isEmpty() ? QDir().mkpath(host(path))
-                                 : put(path, rest.mid(1).toLatin1());
+                : path.endsWith('|') ? ::mkfifo(local(host(path.chopped(1))).constData(), 0644) == 0
+                : rest.isEmpty()     ? QDir().mkpath(host(path))
+                                     : put(path, rest.mid(1).toLatin1());
             if (!made)
                 return false;
         }
