@@ -21,8 +21,7 @@ class TestLogWindow : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    // An entry shows up to the chosen level, in its kind's colour; the
-    // heading's own margins are HTextEdit's test.
+    // An entry shows up to the chosen level, in its kind's colour.
     void threshold_data()
     {
         QTest::addColumn<int>("kind");
@@ -48,10 +47,13 @@ private Q_SLOTS:
         window.setLevel(threshold);
         window.show();
         QCOMPARE(lines(window), colour == "-" ? QStringList("after") : QStringList({ "the entry", "after" }));
-        QTextCharFormat const format
-            = window.findChild<HTextEdit*>()->document()->firstBlock().begin().fragment().charFormat();
+        QTextDocument const* document = window.findChild<HTextEdit*>()->document();
+        QTextCharFormat const format = document->firstBlock().begin().fragment().charFormat();
         if (colour != "-")
             QCOMPARE(format.foreground().color(), colour.isEmpty() ? QColor(Qt::black) : QColor(colour));
+        // A heading's own margins would push it and every later line apart.
+        for (QTextBlock const& block : { document->firstBlock(), document->lastBlock() })
+            QCOMPARE(block.blockFormat().topMargin() + block.blockFormat().bottomMargin(), 0.0);
     }
 
     // Blanks and tabs are kept; entities reach the display as characters.

@@ -49,10 +49,9 @@ public:
         model->setupItemActs(length, length);
     }
 
-    // Performs one step; one that looks at the bars returns what they show:
-    //   item: "[activity] maximum"; value: the item's value; total: the total's;
-    //   end: where the current item ends on the total scale; slots; errors;
-    //   counters: the apply and collect act counters.
+    // Performs one step; the looks return item: "[activity] maximum", value,
+    // total, end (where the item ends on the total scale), slots, errors, or
+    // counters (apply, collect).
     QString perform(QString const& step)
     {
         using S = Session&;
@@ -69,8 +68,6 @@ public:
             { "nomodel", [](S s, W) { s.model.reset(); } },
             { "attach", [](S s, W w) { s.attach(w.n(1)); } },
             { "sleep", [](S, W) { QThread::msleep(12); } }, // past the value throttle
-            { "lists", [](S s, W) { s.setCollectLabelFileLists(); } },
-            { "other", [](S s, W) { s.setCollectLabelOtherData(); } },
             { "cstart", [](S s, W w) { s.collectStart(w.m(1), w.s(2), RepoAct(w.n(3)), w.n(4), w.n(5)); } },
             { "cgrab", [](S s, W w) { s.collectGrabMeterStart(w.m(1), w.s(2), w.n(3), w.s(4)); } },
             { "cprogress", [](S s, W w) { s.collectProgress(w.n(1), w.n(2), w.s(3)); } },
@@ -139,8 +136,6 @@ private Q_SLOTS:
 
         // What a step is called: %1 is the label of what is read, %2 the repository.
         row("convert named", "cstart - base 4 0 10; item -> [Converting repository base] 10");
-        row("file lists", "lists; cstart - up 3 0 1; item -> [Downloading repository file lists for up] 1");
-        row("other data", "other; cstart - - 5 0 1; item -> [Reading repository miscellaneous data] 1");
         row("a fetch named by yum's text",
             "cgrab 0 - 10 updates/repodata; item -> [Downloading repository contents for updates] 10");
         // Metadata reading reports the same item many times: only a new item

@@ -32,10 +32,9 @@ QString barState(HProgressBar const& bar)
         .arg(bar.isEnabled() ? u"on" : u"off");
 }
 
-// Drives a model from one-line steps and records, one line per signal, what
-// each step emitted; "bars" records what the bars show.  Activities are
-// single words.  The value throttle opens once 9 ms have passed since its
-// last restart; "wait" lets them pass since the last step that restarted it.
+// Drives a model from one-line steps (activities are single words) and
+// records what each emitted, one line per signal; "bars" records the bars, and
+// "wait" lets the value throttle open again (10 ms after its last restart).
 class Script
 {
 public:
@@ -67,8 +66,7 @@ public:
         add(&Object::resetSig, [this] { records << u"reset"_s; });
     }
 
-    // Performs one step and returns the records of the signals it emitted;
-    // the activity is the step's one word that is not a number.
+    // The activity is the step's one word that is not a number.
     QString perform(QString const& step)
     {
         QStringList const words = step.split(u' ', Qt::SkipEmptyParts);
@@ -120,8 +118,7 @@ public:
         return records.join(u" | ");
     }
 
-    // Runs "step -> record | record; ..." and returns "" when every step
-    // emitted what its line expects, or else the first mismatch.
+    // Runs "step -> record | record; ..."; returns the first mismatch, if any.
     QString check(QString const& lines)
     {
         for (QString const& line : lines.split(u';')) {
@@ -161,12 +158,6 @@ QStringList tipRows(QWidget* tip)
     }
     return rows;
 }
-
-void hover(HProgressBar& bar)
-{
-    QHelpEvent event(QEvent::ToolTip, QPoint(5, 5), bar.mapToGlobal(QPoint(5, 5)));
-    QApplication::sendEvent(&bar, &event);
-}
 } // namespace
 
 class TestProgress : public QObject
@@ -199,9 +190,9 @@ private Q_SLOTS:
 
         // Runs of acts.
         row("acts split their block equally",
-            "total T 24000 -> =; item Prep 100 100 -> item Prep 0 100; acts 14000 6; act R1 10 1 -> item R1 "
-            "100 10;"
-            "wait; value 10 -> value 2433 10; act R2 10 2 -> item R2 2433 10; act R4 5 4 -> item R4 4766 5;"
+            "total T 24000 -> =; item Prep 100 100 -> item Prep 0 100; acts 14000 6;"
+            "act R1 10 1 -> item R1 100 10; wait; value 10 -> value 2433 10; act R2 10 2 -> item R2 2433 10; "
+            "act R4 5 4 -> item R4 4766 5;"
             "act R9 1 9 -> item R9 9433 1; wait; value 1 -> value 14100 1; endacts -> endacts 14100;"
             "item Next 900 9 -> item Next 14100 9");
         row("acts counted late",
@@ -314,7 +305,8 @@ private Q_SLOTS:
         QCoreApplication::sendPostedEvents();
         QCOMPARE(barState(total), "[Collecting] 1994 0..24000 on");
         QCOMPARE(barState(item), "[Downloading] 812 0..3000 on");
-        hover(item);
+        QHelpEvent hover(QEvent::ToolTip, QPoint(5, 5), item.mapToGlobal(QPoint(5, 5)));
+        QApplication::sendEvent(&item, &hover);
         QVERIFY(GeneralTip::current());
         QCOMPARE(tipRows(GeneralTip::current()),
             QStringList({ "a.rpm|512 / 1024 (0.5%%)" + yellow, "b.rpm|Complete" + green + "+box",

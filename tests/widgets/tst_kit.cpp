@@ -15,7 +15,6 @@
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
-#include <QTextBlock>
 #include <QTimer>
 
 namespace
@@ -74,19 +73,6 @@ private Q_SLOTS:
             bar.setValue(value);
         bar.setActivity(activity);
         QTEST(bar.text(), "expected");
-    }
-
-    void appendCompact()
-    {
-        // A fragment of several blocks brings its own margins, which plain
-        // append() would pass on to every later paragraph.
-        HTextEdit edit;
-        for (QString const text : { "<h2>first</h2><p>second</p>", "after" }) {
-            edit.appendCompact(text);
-            QTextBlockFormat const last = edit.document()->lastBlock().blockFormat();
-            QCOMPARE(last.topMargin() + last.bottomMargin(), 0.0);
-        }
-        QCOMPARE(edit.toPlainText(), "first\nsecond\nafter");
     }
 
     // Opening a context menu takes the focus for a moment: that ends no edit.
@@ -157,12 +143,7 @@ private Q_SLOTS:
         else
             delete widget;
         QApplication::processEvents();
-        QFETCH(bool, stays);
-        QCOMPARE(GeneralTip::current() != nullptr, stays);
-        if (stays)
-            QVERIFY(tip->isVisible());
-        else
-            QTRY_VERIFY(tip.isNull());
+        QTEST(GeneralTip::current() && tip->isVisible(), "stays");
         GeneralTip::hideTip();
     }
 
@@ -225,7 +206,6 @@ private Q_SLOTS:
             text += QString("  File \"/usr/lib/python3/dnf/base.py\", line %1\n").arg(i);
         ScrollableErrorDialog dialog(text);
         HTextEdit* area = dialog.findChild<HTextEdit*>();
-        QCOMPARE(area->toPlainText(), text);
         whenShown(&dialog, [&] { dialog.findChild<QPushButton*>()->click(); });
         QCOMPARE(dialog.exec(), int(QDialog::Accepted));
         QRect const available = dialog.screen()->availableGeometry();
