@@ -1,7 +1,6 @@
 // The package table: its model, filter proxy, view and description dialog,
 // shown in a window over a real collection of the sandbox root.
 
-#include "SandboxSession.h"
 #include "app/Colors.h"
 #include "app/Share.h"
 #include "packagetable/PackageTableDescribeDialog.h"
@@ -10,7 +9,9 @@
 #include "packagetable/PackageTableSortFilterProxyModel.h"
 #include "packagetable/PackageTableView.h"
 #include "repo/YumConfIO.h"
+#include "tests/yumio/SessionTestSupport.h"
 #include "tests/yumio/TestRows.h"
+#include "widgets/HProgressBar.h"
 
 #include <QAbstractItemModelTester>
 #include <QApplication>
@@ -24,6 +25,7 @@
 #include <QScreen>
 #include <QSignalSpy>
 #include <QStandardItemModel>
+#include <QTemporaryDir>
 #include <QVBoxLayout>
 #include <functional>
 
@@ -72,7 +74,9 @@ class PackageTableTest : public QObject
 {
     Q_OBJECT
 
-    SandboxSession sandbox;
+    QTemporaryDir dir; // the sandbox root's own copy: parallel tests do not meet on its lock
+    SessionTest::DialogAnswerer dialogs;
+    YumIO* yumIO = nullptr;
     QWidget* window = nullptr;
     Model* model = nullptr;
     SortFilterProxyModel* proxy = nullptr;
@@ -91,10 +95,20 @@ class PackageTableTest : public QObject
         return false;
     }
 
+    // The row of the entry of that name and kind; -1 for none.
+    int rowOf(QString const& name, Package::Kind kind = Package::Ordinary) const
+    {
+        for (int i = 0; i < yumIO->count(); ++i) {
+            if ((*yumIO)[i]->name == name && (*yumIO)[i]->kind == kind)
+                return i;
+        }
+        return -1;
+    }
+    Package::Entry* entry(QString const& name) const { return (*yumIO)[rowOf(name)]; }
     // The centre of an entry's cell in the view, scrolled into sight.
     QPoint at(QString const& name, int column, Package::Kind kind = Package::Ordinary) const
     {
-        QModelIndex const index = proxy->mapFromSource(model->index(sandbox.row(name, kind), column));
+        QModelIndex const index = proxy->mapFromSource(model->index(rowOf(name, kind), column));
         view->scrollTo(index);
         return view->visualRect(index).center();
     }
@@ -118,7 +132,7 @@ class PackageTableTest : public QObject
     {
         QList<int> actions;
         for (QString const& name : names)
-            actions.append(sandbox.entry(name)->action);
+            actions.append(entry(name)->action);
         return actions;
     }
     // Opens the context menu at `pos`, after a press that selects unless
@@ -154,10 +168,15 @@ class PackageTableTest : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        QVERIFY2(sandbox.start(), qPrintable(sandbox.failure));
+        QString const failure = SessionTest::sandbox("clone", { dir.filePath("root") });
+        QVERIFY2(failure.isEmpty(), qPrintable(failure));
+        qputenv("SORVANROOT", dir.filePath("root").toLocal8Bit());
         window = new QWidget;
-        model = new Model(sandbox.yumIO, window);
-        proxy = new SortFilterProxyModel(All, true, true, sandbox.yumIO, window);
+        yumIO = new YumIO;
+        yumIO->setup(window, new HProgressBar(window), new HProgressBar(window));
+        QVERIFY2(yumIO->initialize() && yumIO->collect({}), qPrintable(dialogs.summary()));
+        model = new Model(yumIO, window);
+        proxy = new SortFilterProxyModel(All, true, true, yumIO, window);
         proxy->setSourceModel(model);
         view = new View(model, proxy, window);
         conf = new YumConfIO(noRequests, sessionEnabled, window);
@@ -174,10 +193,12 @@ private Q_SLOTS:
     }
     void cleanupTestCase()
     {
+        yumIO->clearEntriesBeforeQuit();
+        delete yumIO;
         delete window;
         // The session's answerer closes the dialogs the tests open, but meets no error.
-        for (SessionTest::Dialog const& dialog : std::as_const(sandbox.dialogs.dialogs))
-            QVERIFY2(dialog.kind == SessionTest::Dialog::Other, qPrintable(sandbox.dialogs.summary()));
+        for (SessionTest::Dialog const& dialog : std::as_const(dialogs.dialogs))
+            QVERIFY2(dialog.kind == SessionTest::Dialog::Other, qPrintable(dialogs.summary()));
     }
     void init()
     {
@@ -217,7 +238,7 @@ private Q_SLOTS:
         for (Repo::Entry& repo : conf->repos())
             if (repo.id == "sv-updates")
                 repo.baseurl += "\nhttps://h/rhel/u=me/p=secret/x/";
-        model->describe(model->index(sandbox.row("sv-kernel"), NameColumn), window);
+        model->describe(model->index(rowOf("sv-kernel"), NameColumn), window);
         QVERIFY2(shown.startsWith(
                      "SORVAN Repository Description|sv-updates|Name:|SORVAN Sandbox Updates|URLs:|file://")
                 && shown.contains("/rhel/u=me/p=********/x/"),
@@ -262,7 +283,7 @@ private Q_SLOTS:
         QFETCH(QString, kindIcon);
         QFETCH(QString, colour);
         QFETCH(QString, disabledColour);
-        QModelIndex const index = model->index(sandbox.row(name, Package::Kind(kind)), StateColumn);
+        QModelIndex const index = model->index(rowOf(name, Package::Kind(kind)), StateColumn);
         QCOMPARE(picture(index.data(Qt::DecorationRole)), picture(stateIcon));
         QVERIFY(!picture(kindIcon).isNull());
         QCOMPARE(picture(index.siblingAtColumn(KindColumn).data(Qt::DecorationRole)), picture(kindIcon));
@@ -303,7 +324,7 @@ private Q_SLOTS:
             { Package::Install, "icons/installBox.png" }, { Package::Remove, "icons/removeBox.png" },
             { Package::NoAction, "icons/noneBox.png" } };
         view->sortByColumn(sortColumn, Qt::AscendingOrder);
-        QModelIndex const cell = model->index(sandbox.row(name), ActionColumn);
+        QModelIndex const cell = model->index(rowOf(name), ActionColumn);
         QPoint const where = at(name, ActionColumn);
         QSignalSpy stateChanged(view, &View::stateChanged);
         QSignalSpy dataChanged(model, &QAbstractItemModel::dataChanged);
@@ -341,7 +362,7 @@ private Q_SLOTS:
         QFETCH(QList<int>, actions);
         QSignalSpy changed(view, &View::stateChanged);
         for (QString const& name : selected ? rows : QSL()) {
-            view->selectionModel()->select(proxy->mapFromSource(model->index(sandbox.row(name), 0)),
+            view->selectionModel()->select(proxy->mapFromSource(model->index(rowOf(name), 0)),
                 QItemSelectionModel::Select | QItemSelectionModel::Rows);
         }
         // A press on a selected row keeps the selection.
@@ -365,7 +386,7 @@ private Q_SLOTS:
         QSL shown;
         auto viewer = [&](QString const& what) {
             return [&, what](YumIO* session, Package::Entry const& entry, YumConfIO*, QWidget* parent) {
-                QVERIFY(session == sandbox.yumIO && parent == view);
+                QVERIFY(session == yumIO && parent == view);
                 shown.append(what + ' ' + entry.name);
             };
         };
@@ -400,7 +421,7 @@ private Q_SLOTS:
         view->setCurrentIndex(view->indexAt(at("sv-writer", NameColumn)));
         view->setCurrentIndex(view->indexAt(at("sv-writer", SizeColumn)));
         QCOMPARE(current.count(), 1);
-        QCOMPARE(current[0], QVariantList({ sandbox.row("sv-writer"), -1 }));
+        QCOMPARE(current[0], QVariantList({ rowOf("sv-writer"), -1 }));
     }
 
     void markingMany()
@@ -410,7 +431,7 @@ private Q_SLOTS:
         QSL const names { "sv-docs", "sv-writer", "sv-reloc", "sv-epoch" };
         QModelIndexList rows;
         for (QString const& name : names)
-            rows.append(model->index(sandbox.row(name), NameColumn));
+            rows.append(model->index(rowOf(name), NameColumn));
         model->setAction(rows[3], Package::Update);
         QSignalSpy changed(model, &QAbstractItemModel::dataChanged);
         model->setSelected(rows);
@@ -429,8 +450,8 @@ private Q_SLOTS:
 
         // Update Listed marks the listed rows that are out of date, and
         // reaches all of them even while they are sorted by action.
-        sandbox.entry("sv-tool")->action = Package::Remove;
-        sandbox.entry("sv-release")->action = Package::Remove;
+        entry("sv-tool")->action = Package::Remove;
+        entry("sv-release")->action = Package::Remove;
         configure(Filter, All, true, false, "^sv-(tool|docs|release|epoch) ");
         view->sortByColumn(ActionColumn, Qt::AscendingOrder);
         changed.clear();
@@ -468,7 +489,7 @@ private Q_SLOTS:
         QFETCH(int, kind);
         QFETCH(QSL, lines);
         Describe::Dialog dialog(window);
-        dialog.config(sandbox.yumIO, *(*sandbox.yumIO)[sandbox.row(name, Package::Kind(kind))], conf);
+        dialog.config(yumIO, *(*yumIO)[rowOf(name, Package::Kind(kind))], conf);
         QSL sections, shown;
         for (Describe::Instance::Area const* area : dialog.sections()) {
             QSL labels;
@@ -564,7 +585,7 @@ S | ^sv-viewer-langpack$ | SORVAN Desktop, sv-viewer-langpack
         QCOMPARE(sorted(this->listed()), sorted(expected));
         // Installed packages' files and change logs come from the rpm
         // database: a search needs no extra data for them.
-        QVERIFY(!sandbox.yumIO->fileListsLoaded() && !sandbox.yumIO->otherDataLoaded());
+        QVERIFY(!yumIO->fileListsLoaded() && !yumIO->otherDataLoaded());
     }
 
     void extraData()
@@ -581,7 +602,7 @@ S | ^sv-viewer-langpack$ | SORVAN Desktop, sv-viewer-langpack
         // meanwhile, as in the main window.
         proxy->setFilter(false);
         Describe::Dialog dialog(window);
-        dialog.config(sandbox.yumIO, *sandbox.entry("sv-app"), nullptr);
+        dialog.config(yumIO, *entry("sv-app"), nullptr);
         dialog.show();
         QPushButton* close = dialog.findChild<QDialogButtonBox*>()->findChild<QPushButton*>();
         QPushButton* files = dialog.sections().value(0)->filesButton();
@@ -590,7 +611,7 @@ S | ^sv-viewer-langpack$ | SORVAN Desktop, sv-viewer-langpack
         // While the file list loads, the dialog stays open whatever asks it to close.
         QSL whileLoading;
         QTimer::singleShot(0, this, [&] {
-            if (sandbox.yumIO->isBusy())
+            if (yumIO->isBusy())
                 whileLoading << "busy";
             if (!dialog.close())
                 whileLoading << "close refused";
@@ -598,16 +619,16 @@ S | ^sv-viewer-langpack$ | SORVAN Desktop, sv-viewer-langpack
             if (dialog.isVisible() && !close->isEnabled())
                 whileLoading << "still open, Close disabled";
         });
-        sandbox.dialogs.clear();
+        dialogs.clear();
         files->click();
         QCOMPARE(whileLoading, QSL({ "busy", "close refused", "still open, Close disabled" }));
         QCOMPARE(files->text(), "Show");
         QCOMPARE(changeLog->text(), "Show (must load extra data)");
         changeLog->click();
         QCOMPARE(changeLog->text(), "Show");
-        QVERIFY2(sandbox.dialogs.summary().startsWith(
+        QVERIFY2(dialogs.summary().startsWith(
                      "sv-app 1.0-1 File List: /usr/bin/sv-app | sv-app 1.0-1 Change Log: * "),
-            qPrintable(sandbox.dialogs.summary()));
+            qPrintable(dialogs.summary()));
         // Loaded, it closes again, and drops its content.
         QVERIFY(close->isEnabled() && dialog.close());
         QVERIFY(dialog.sections().isEmpty());
@@ -698,8 +719,8 @@ S | ^sv-viewer-langpack$ | SORVAN Desktop, sv-viewer-langpack
         configure(Search, All, true, true, "sv-extras");
         view->sortByColumn(NameColumn, Qt::AscendingOrder);
         QCOMPARE(listed(), QSL { "sv-tool" });
-        sandbox.yumIO->clear();
-        QVERIFY(sandbox.yumIO->collect({ { "sv-extras", true }, { "sv-mirrored", false } }));
+        yumIO->clear();
+        QVERIFY(yumIO->collect({ { "sv-extras", true }, { "sv-mirrored", false } }));
         model->reset();
         QCOMPARE(model->rowCount(), 31);
         // sv-extra-tool's summary names its repository too.
@@ -708,7 +729,7 @@ S | ^sv-viewer-langpack$ | SORVAN Desktop, sv-viewer-langpack
         QCOMPARE(listed(), QSL({ "sv-extra-tool", "sv-tool" }));
         proxy->setFilterRegExp(QString());
         QSL names;
-        for (Package::Entry const* e : *sandbox.yumIO)
+        for (Package::Entry const* e : *yumIO)
             names.append(e->name);
         QCOMPARE(listed(), sorted(names));
     }
