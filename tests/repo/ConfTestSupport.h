@@ -1,8 +1,7 @@
 #pragma once
 
-// Throw-away managed roots, message-box answering and compact entry texts for
-// the configuration file tests.  Every path is inside a temporary directory
-// that SORVANROOT points at, never the host's /etc.
+// Throw-away managed roots (SORVANROOT, never the host's /etc) and message-box
+// answering for the configuration tests.
 
 #include "repo/YumConfIO.h"
 #include "tests/yumio/TestRows.h"

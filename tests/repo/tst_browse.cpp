@@ -1,13 +1,11 @@
-// Browsing a repository: the shared-data scripts "webbrowser" and
-// "mimeviewer" as processes, and RepoBrowse through them with the program's
-// runner.  A browser cannot run here: a stand-in xdg-open records who ran it
-// and with what, or fails as a missing browser would.
+// The shared-data scripts "webbrowser" and "mimeviewer", and RepoBrowse through
+// them.  A stand-in xdg-open records who ran it and with what, or fails as a
+// missing browser would.
 #include "ConfTestSupport.h"
 #include "app/Share.h"
 #include "repo/RepoBrowse.h"
-#include "tests/yumio/SessionTestSupport.h"
-#include "widgets/HProgressBar.h"
 
+#include <QProcess>
 #include <QStandardPaths>
 
 namespace
@@ -19,12 +17,10 @@ class TestBrowse : public QObject
 {
     Q_OBJECT
 
-    QTemporaryDir dir;
-    QString tools; // what the scripts need of the system, and nothing else
-    QString opener; // the stand-in xdg-open
-    QString record;
-
-    static bool root() { return ::geteuid() == 0; }
+    ConfTest::Root dir;
+    QString const tools = dir.host("/tools"); // what the scripts need of the system, and nothing else
+    QString const opener = dir.host("/opener"); // the stand-in xdg-open
+    QString const record = dir.host("/out/record");
 
     // The record of the last opening: the opener's uid, then its arguments.
     QStringList recorded() const
@@ -38,38 +34,29 @@ class TestBrowse : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        tools = dir.filePath("tools");
-        opener = dir.filePath("opener");
-        record = dir.filePath("out/record");
         // The desktop user must reach the stand-in and leave its record.
-        for (auto [path, mode] :
-            { std::pair { tools, 0755 }, { opener, 0755 }, { dir.filePath("out"), 01777 } })
-            QVERIFY(QDir().mkpath(path) && ::chmod(QFile::encodeName(path).constData(), mode) == 0);
-        QVERIFY(::chmod(QFile::encodeName(dir.path()).constData(), 0755) == 0);
+        QVERIFY(QDir().mkpath(tools) && QDir().mkpath(dir.host("/out")));
+        QVERIFY(::chmod(ConfTest::local(dir.host("/out")).constData(), 01777) == 0);
         for (char const* tool : { "id", "getent", "cut", "setpriv", "runuser", "env" }) {
             QString const path = QStandardPaths::findExecutable(tool);
             QVERIFY(path.isEmpty() || QFile::link(path, tools + '/' + tool));
         }
-        QFile xdgOpen(opener + "/xdg-open");
-        QVERIFY(xdgOpen.open(QIODevice::WriteOnly));
-        xdgOpen.write(
+        QVERIFY(dir.put("/opener/xdg-open",
             "#!/bin/sh\n"
             "case $1 in *fail*) echo \"xdg-open: no method available for opening '$1'\" >&2; exit 3;; esac\n"
             "{ id -u; printf '%s\\n' \"$@\"; } > "
-            + QFile::encodeName(record) + "\n");
-        xdgOpen.close();
-        QVERIFY(::chmod(QFile::encodeName(xdgOpen.fileName()).constData(), 0755) == 0);
-        QVERIFY(QFile(dir.filePath("manual.pdf")).open(QIODevice::WriteOnly));
+                + ConfTest::local(record) + "\n",
+            0755));
+        QVERIFY(dir.put("/manual.pdf", ""));
         qputenv("PATH", (tools + ':' + opener).toLocal8Bit());
     }
     void init() { QFile::remove(record); }
 
     void scripts_data()
     {
-        // Rows that refuse root are skipped for an ordinary user, for whom
-        // the scripts open as themselves.
+        // Refusals of root are skipped for an ordinary user, whom the scripts run as.
         columns<QString, QString, QString, QString>("script", "environment", "argument", "error");
-        QString const pdf = dir.filePath("manual.pdf");
+        QString const pdf = dir.host("/manual.pdf");
         row("webbrowser as the sudo user", "webbrowser", "SUDO_UID=65534", url, "");
         row("pkexec's user first", "webbrowser", "PKEXEC_UID=65534 SUDO_UID=0", url, "");
         row("root is no desktop user", "webbrowser", "SUDO_UID=0", url, "no desktop user is known");
@@ -83,7 +70,7 @@ private Q_SLOTS:
         QFETCH(QString, environment);
         QFETCH(QString, argument);
         QFETCH(QString, error);
-        if (!root() && error.contains("desktop user"))
+        if (::geteuid() != 0 && error.contains("desktop user"))
             QSKIP("only root is refused");
         QProcess process;
         QString const path = tools + (error.contains("xdg-open") ? QString() : ':' + opener);
@@ -94,7 +81,7 @@ private Q_SLOTS:
         QString const stderr = QString::fromLocal8Bit(process.readAllStandardError());
         QCOMPARE(process.exitCode(), error.isEmpty() ? 0 : 1);
         QVERIFY2(stderr.contains(error) && !stderr.contains("s3cret"), qPrintable(stderr));
-        QStringList const opened { QString::number(root() ? 65534 : ::getuid()), argument };
+        QStringList const opened { QString::number(::geteuid() == 0 ? 65534 : ::getuid()), argument };
         QCOMPARE(recorded(), error.isEmpty() ? opened : QStringList());
     }
 
@@ -125,29 +112,6 @@ private Q_SLOTS:
         if (!opened.isEmpty())
             QTRY_COMPARE_WITH_TIMEOUT(recorded().value(1), opened, 30000);
         QTRY_COMPARE_WITH_TIMEOUT(answerer.texts.join('|'), box, 30000);
-    }
-
-    // Yum's variables are the session's.
-    void variables()
-    {
-        QString const failure = SessionTest::sandbox("clone", { dir.filePath("root") });
-        QVERIFY2(failure.isEmpty(), qPrintable(failure));
-        qputenv("SORVANROOT", QFile::encodeName(dir.filePath("root")));
-        SessionTest::DialogAnswerer answerer;
-        QWidget window;
-        YumIO yum;
-        yum.setup(&window, new HProgressBar(&window), new HProgressBar(&window));
-        QVERIFY2(yum.initialize(), qPrintable(answerer.summary()));
-        Repo::Entry entry;
-        entry.baseurl = "file:///r/$releasever/$basearch/$arch/";
-        RepoBrowse::browse(nullptr, entry, &yum);
-        QTRY_VERIFY_WITH_TIMEOUT(!recorded().isEmpty(), 30000);
-        QString const arch = SessionTest::nativeArch();
-        QVERIFY2(QRegularExpression("^file:///r/[^$/]+/" + arch + '/' + arch + "/$")
-                     .match(recorded().value(1))
-                     .hasMatch(),
-            qPrintable(recorded().value(1)));
-        yum.clearEntriesBeforeQuit();
     }
 };
 
