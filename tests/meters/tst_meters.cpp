@@ -39,11 +39,10 @@ public:
         QObject::connect(model.get(), &Progress::Object::updateThreadsStateSig, model.get(),
             [this](Progress::ThreadsState const& threads) {
                 slots.clear();
-                for (unsigned i = 0; i < threads.count(); ++i)
-                    slots << u"%1:%2:%3/%4"_s.arg(threads[i].state)
-                                 .arg(threads[i].name)
-                                 .arg(threads[i].value)
-                                 .arg(threads[i].max);
+                for (unsigned i = 0; i < threads.count(); ++i) {
+                    Progress::ThreadState const& t = threads[i];
+                    slots << u"%1:%2:%3/%4"_s.arg(t.state).arg(t.name).arg(t.value).arg(t.max);
+                }
             });
         model->startTotal("Total", length);
         model->setupItemActs(length, length);
