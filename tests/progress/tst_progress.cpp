@@ -274,8 +274,8 @@ private Q_SLOTS:
                     script.perform(step);
             };
             run("total Collecting 24000; item Preparing 100 100; acts 14000 6; batch Downloading 0 4 3 3000;"
-                "slot a.rpm 0 1024; slot b.rpm 1 300; wait; slotvalue 1 300; slotend 1; wait; slotvalue 0 "
-                "512");
+                "slot a.rpm 0 1024; slot b.rpm 1 300; wait; slotvalue 1 300; slotend 1;"
+                "wait; slotvalue 0 512");
             reached.release();
             proceed.acquire();
             // A model on a work thread never runs that thread's events, even
