@@ -101,25 +101,22 @@ void DialogAnswerer::look()
     auto* widget = qobject_cast<QDialog*>(QApplication::activeModalWidget());
     if (!widget || !widget->isVisible())
         return;
-    Dialog dialog { Dialog::Other, widget->windowTitle(), QString() };
-    if (auto* box = qobject_cast<QMessageBox*>(widget)) {
-        dialog.kind = box->icon() == QMessageBox::Critical ? Dialog::Critical
-            : box->icon() == QMessageBox::Warning          ? Dialog::Warning
-                                                           : Dialog::Other;
-        dialogs.append({ dialog.kind, dialog.title, box->text() });
-        QAbstractButton* press = box->button(QMessageBox::Ok);
-        for (QAbstractButton* button : box->buttons())
-            press = !answer.isEmpty() && button->text() == answer ? button : press;
-        press ? press->click() : box->reject();
+    auto* box = qobject_cast<QMessageBox*>(widget);
+    QTextEdit const* area = widget->findChild<QTextEdit*>();
+    Dialog::Kind const kind = box && box->icon() == QMessageBox::Critical ? Dialog::Critical
+        : box && box->icon() == QMessageBox::Warning                      ? Dialog::Warning
+        : widget->inherits("ScrollableErrorDialog")                       ? Dialog::Scrollable
+        : widget->inherits("ScrollableConfirmDialog")                     ? Dialog::Question
+                                                                          : Dialog::Other;
+    dialogs.append({ kind, widget->windowTitle(), box ? box->text() : area ? area->toPlainText() : "" });
+    if (!box) {
+        accept ? widget->accept() : widget->reject();
         return;
     }
-    QTextEdit const* area = widget->findChild<QTextEdit*>();
-    dialog.text = area ? area->toPlainText() : QString();
-    dialog.kind = widget->inherits("ScrollableErrorDialog") ? Dialog::Scrollable
-        : widget->inherits("ScrollableConfirmDialog")       ? Dialog::Question
-                                                            : Dialog::Other;
-    dialogs.append(dialog);
-    accept ? widget->accept() : widget->reject();
+    QAbstractButton* press = box->button(QMessageBox::Ok);
+    for (QAbstractButton* button : box->buttons())
+        press = !answer.isEmpty() && button->text() == answer ? button : press;
+    press ? press->click() : box->reject();
 }
 
 } // namespace SessionTest
