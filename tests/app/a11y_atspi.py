@@ -1,12 +1,7 @@
 #!/usr/bin/python3
-"""The real program read and driven the way a screen reader does, through
-AT-SPI: the table's rows and icon-only cells are read, and a button is pressed
-through its accessible action.
-
-Everything runs on a private X display, session bus and accessibility bus,
-never the desktop's: Qt's offscreen platform has no accessibility bridge, so
-the program runs on xcb under Xvfb.  Exits 77 (skipped) only when Xvfb, D-Bus,
-at-spi2-core or pyatspi are not installed."""
+"""The real program read through AT-SPI as a screen reader does,
+on xcb under a private Xvfb, session bus and accessibility bus (the offscreen
+platform has no accessibility bridge).  Exits 77 when a tool is missing."""
 import contextlib
 import importlib.util
 import os
@@ -27,9 +22,11 @@ def fail(message):
     sys.exit("a11y_atspi: " + message)
 
 
-def wait_for(what, probe, seconds):
+def wait_for(what, probe, seconds, process=None):
     deadline = time.monotonic() + seconds
     while time.monotonic() < deadline:
+        if process and process.poll() is not None:
+            fail("the program ended with %d" % process.returncode)
         found = probe()
         if found:
             return found
@@ -106,12 +103,6 @@ def outside():
             stop_xvfb(xvfb)
 
 
-# What a screen reader may say for each icon-only cell.
-TEXTS = {"Action": {"No action", "Update", "Install", "Remove"},
-         "State": {"Out of date", "Available", "Installed"},
-         "Kind": {"Suite", "Group", "Package"}}
-
-
 def walk(node):
     """The widgets under node; a table's cells are read through its table interface."""
     import pyatspi
@@ -122,9 +113,9 @@ def walk(node):
 
 
 def read_table(table):
-    """The table's rows as dictionaries from column title to accessible name."""
+    """The rows as dictionaries from column title (Qt 6.4 answers the
+    header's texts, no header cells) to accessible name."""
     cells = table.queryTable()
-    # Qt 6.4 answers no column header cell, but the header's texts.
     titles = [cells.getColumnDescription(c) for c in range(cells.nColumns)]
     return [{title: cells.getAccessibleAt(r, c).name for c, title in enumerate(titles)}
             for r in range(cells.nRows)]
@@ -146,34 +137,23 @@ def inside(tmp):
                    check=True, stdout=subprocess.DEVNULL)
     sorvan = subprocess.Popen([os.environ["SORVAN_EXE"]], env=dict(
         os.environ, SORVANROOT=root, QT_QPA_PLATFORM="xcb", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1"))
-
-    def alive(probe):
-        def checked():
-            if sorvan.poll() is not None:
-                fail("the program ended with %d" % sorvan.returncode)
-            return probe()
-        return checked
-
-    def application():
-        return next((a for a in pyatspi.Registry.getDesktop(0) if a and a.name == "SORVAN"), None)
-    app = wait_for("the program on the accessibility bus", alive(application), 60)
+    app = wait_for("the program on the accessibility bus", lambda: next(
+        (a for a in pyatspi.Registry.getDesktop(0) if a and a.name == "SORVAN"), None), 60, sorvan)
 
     def table():
         found = next((n for n in walk(app) if n.getRole() == pyatspi.ROLE_TABLE), None)
         return found if found and any(row.get("Name") == "sv-tool" for row in read_table(found)) else None
-    view = wait_for("sv-tool in the table", alive(table), COLLECT_SECONDS)
-    rows = read_table(view)
-    print("a11y_atspi: read %d rows, e.g. %s" % (len(rows), rows[0]))
+    view = wait_for("sv-tool in the table", table, COLLECT_SECONDS, sorvan)
 
     # Every icon-only cell says what it shows, and says it right: an
     # updatable package reads as out of date.
-    for row in rows:
-        for title, texts in TEXTS.items():
-            if row.get(title) not in texts:
-                fail("%s cell of %s reads %r" % (title, row.get("Name"), row.get(title)))
-    tool = next(row for row in rows if row["Name"] == "sv-tool")
-    if (tool["Action"], tool["State"], tool["Kind"]) != ("No action", "Out of date", "Package"):
-        fail("sv-tool reads %s" % tool)
+    texts = {"Action": {"No action", "Update", "Install", "Remove"},
+             "State": {"Out of date", "Available", "Installed"}, "Kind": {"Suite", "Group", "Package"}}
+    tool = {"Action": "No action", "State": "Out of date", "Kind": "Package"}
+    wrong = [row for row in read_table(view) if any(row.get(t) not in texts[t] for t in texts)
+             or row["Name"] == "sv-tool" and any(row[t] != tool[t] for t in tool)]
+    if wrong:
+        fail("cells that read wrong: %s" % wrong)
 
     # Whatever a user reaches, by the keyboard or as a button, has a name.
     widgets = [w for w in walk(app) if w.getState().contains(pyatspi.STATE_SHOWING)]
@@ -181,23 +161,9 @@ def inside(tmp):
         w.getRole() == pyatspi.ROLE_PUSH_BUTTON or w.getState().contains(pyatspi.STATE_FOCUSABLE))]
     if unnamed:
         fail("without a name: " + ", ".join(unnamed))
-    buttons = {w.name: w for w in widgets if w.getRole() == pyatspi.ROLE_PUSH_BUTTON}
-    for name in ("Set Update of Listed", "Apply Actions"):
-        if name not in buttons:
-            fail("no button %r among %s" % (name, sorted(buttons)))
-    apply = buttons["Apply Actions"]
-    if apply.getState().contains(pyatspi.STATE_ENABLED):
-        fail("Apply Actions is enabled with nothing marked")
-
-    press = buttons["Set Update of Listed"].queryAction()
-    press.doAction(next(i for i in range(press.nActions) if press.getName(i) == "Press"))
-
-    def marked():
-        updates = [r for r in read_table(view) if r["State"] == "Out of date"]
-        return all(r["Action"] == "Update" for r in updates) and any(r["Name"] == "sv-tool" for r in updates)
-    wait_for("every out-of-date row marked for update", alive(marked), 30)
-    wait_for("Apply Actions enabled", alive(lambda: apply.getState().contains(pyatspi.STATE_ENABLED)), 30)
-    print("a11y_atspi: table read and driven through AT-SPI")
+    if "Apply Actions" not in [w.name for w in widgets if w.getRole() == pyatspi.ROLE_PUSH_BUTTON]:
+        fail("no button Apply Actions")
+    print("a11y_atspi: table read through AT-SPI")
     return 0
 
 

@@ -132,18 +132,14 @@ def as_user():
 
 def launcher(bindir):
     script = os.path.join(bindir, "sorvan-root")
-    with tempfile.TemporaryDirectory() as scratch:
-        os.chmod(scratch, 0o777)
-        fake = os.path.join(scratch, "fake")
-        os.mkdir(fake)
+    with tempfile.TemporaryDirectory() as fake:
         os.chmod(fake, 0o777)
         with open(os.path.join(fake, "pkexec"), "w") as f:
             f.write(FAKE_PKEXEC)
         os.chmod(os.path.join(fake, "pkexec"), 0o755)
         record = os.path.join(fake, "record.json")
-        runtime = os.path.join(scratch, "runtime")
+        runtime = os.path.join(fake, "runtime")
         os.mkdir(runtime)
-        os.chmod(runtime, 0o777)
         compositor = socket.socket(socket.AF_UNIX)
         compositor.bind(os.path.join(runtime, "wayland-7"))
 
@@ -152,7 +148,7 @@ def launcher(bindir):
                 f.write(str(answer))
             if os.path.exists(record):
                 os.remove(record)
-            full = {"PATH": fake + ":/usr/bin:/bin", "HOME": scratch, "SORVANROOT": "/nonexistent",
+            full = {"PATH": fake + ":/usr/bin:/bin", "HOME": fake, "SORVANROOT": "/nonexistent",
                     "SECRET_TOKEN": "x"}
             full.update(env)
             return subprocess.run([script] + args, env=full, capture_output=True, text=True, timeout=120,
@@ -182,7 +178,7 @@ def launcher(bindir):
         assert run.returncode != 0 and ":4711" in run.stderr, run.stderr
 
         # No pkexec at all.
-        tools = os.path.join(scratch, "tools")
+        tools = os.path.join(fake, "tools")
         os.mkdir(tools)
         for tool in ("env", "id", "dirname"):
             os.symlink(shutil.which(tool), os.path.join(tools, tool))
