@@ -129,14 +129,12 @@ private Q_SLOTS:
         plant("trap/bin/python3", "#!/bin/sh\nexit 1\n");
         plant("trap/lib/" + version + "/os.py", marker + "raise SystemExit('trap stdlib')\n");
         QByteArray const path = qgetenv("PATH");
-        QHash<char const*, QByteArray> const traps { { "PATH",
-                                                         dir.filePath("trap/bin").toUtf8() + ':' + path },
-            { "PYTHONPATH", dir.filePath("trap/path").toUtf8() },
-            { "PYTHONUSERBASE", dir.filePath("trap/user").toUtf8() },
-            { "PYTHONHOME", dir.filePath("trap").toUtf8() }, { "PYTHONOPTIMIZE", "2" },
-            { "SORVANROOT", dir.filePath("missing").toLocal8Bit() } };
-        for (auto const& [name, value] : traps.asKeyValueRange())
-            qputenv(name, value);
+        qputenv("PATH", dir.filePath("trap/bin").toUtf8() + ':' + path);
+        qputenv("PYTHONPATH", dir.filePath("trap/path").toUtf8());
+        qputenv("PYTHONUSERBASE", dir.filePath("trap/user").toUtf8());
+        qputenv("PYTHONHOME", dir.filePath("trap").toUtf8());
+        qputenv("PYTHONOPTIMIZE", "2");
+        qputenv("SORVANROOT", dir.filePath("missing").toLocal8Bit());
         std::setlocale(LC_CTYPE, "C");
         std::signal(SIGPIPE, SIG_DFL);
         QVERIFY(!io->initialize());
@@ -205,11 +203,11 @@ private Q_SLOTS:
             if (QStringList { "sv-lib", "SORVAN Minimal", "SORVAN Core", "SORVAN Workstation" }.contains(
                     e->name))
                 seen << e->name + ' ' + e->arch + ": " + Package::stateText(e->state)
-                        + (e->superseded ? " (lost)" : "");
+                        + (e->superseded ? " (superseded)" : "");
         }
         QStringList expected { "SORVAN Core : Available for update", "SORVAN Minimal : Installed",
             "SORVAN Workstation : Available for update", "sv-lib " + arch + ": Installed",
-            "sv-lib i686: Available for installation (lost)" };
+            "sv-lib i686: Available for installation (superseded)" };
         expected.sort();
         seen.sort();
         QCOMPARE(seen, expected);
