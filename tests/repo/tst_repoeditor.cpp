@@ -72,19 +72,14 @@ class TestRepoEditor : public QObject
 private Q_SLOTS:
     void initTestCase() { qputenv("SORVANROOT", "/nonexistent/sorvan-test-root"); }
 
-    void naturalOrder_data()
-    {
-        columns<QString, QString, int>("left", "right", "order");
-        row("leading zero", "a01", "a1", 0);
-        row("too large is zero", "x99999999999999999999", "x1", -1);
-    }
     void naturalOrder()
     {
-        QFETCH(QString, left);
-        QFETCH(QString, right);
-        QFETCH(int, order);
-        QCOMPARE(RepoEditor::SortFilterProxyModel::naturalLessThan(left, right), order < 0);
-        QCOMPARE(RepoEditor::SortFilterProxyModel::naturalLessThan(right, left), order > 0);
+        // Numbers by value, leading zeros aside; one too large to convert is 0.
+        auto less = &RepoEditor::SortFilterProxyModel::naturalLessThan;
+        QVERIFY(!less("a01", "a1"));
+        QVERIFY(!less("a1", "a01"));
+        QVERIFY(less("x99999999999999999999", "x1"));
+        QVERIFY(!less("x1", "x99999999999999999999"));
     }
 
     // A session as a user would have it: toggles by click and key, Edit, Add,
