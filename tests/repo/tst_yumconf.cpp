@@ -22,8 +22,8 @@ bool isTemporary(QString const& path)
 
 bool readQuietly(Conf& conf)
 {
-    BoxAnswerer answerer; // a failure's box would wait for an answer
-    return conf.io.read(nullptr);
+    BoxAnswerer answerer; // a box would wait for an answer
+    return conf.io.read(nullptr) && answerer.texts.isEmpty();
 }
 
 // A linked main file holding a section, a link into another directory, a
