@@ -149,6 +149,8 @@ private Q_SLOTS:
         row("later request wins, case-sensitive whole identifiers",
             QSL { "/etc/yum.conf=[main]\n", "r.repo=[test]\n[tex]\n[other]\n" }, "-te* +test -Test -tes",
             "/etc/yum.conf test@1+ tex@2- other@3+");
+        // The main file's sections, then reposdir and directory order; only
+        // regular "*.repo" files: opening a FIFO would wait for a writer forever.
         row("read order",
             QSL { "/r1/one.repo=[r1-one]\n", "/r1/zz.repo|", "/r2/b.repo=[r2-b1]\n[r2-b2]\n",
                 "/r2/a.repo=[r2-a]\n", "/r2/.hidden.repo=[r2-hidden]\n", "/r2/notes.txt=[no]\n",
