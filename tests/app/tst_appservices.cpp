@@ -1,7 +1,9 @@
 // The command line, seen from outside (messages, usage text and exit status
 // of the real program) and from inside (what each option does to the window),
-// and the small application-wide services: style choice, derived fonts, and
-// starting a detached viewer.
+// the small application-wide services (style choice, derived fonts, starting
+// a detached viewer), and the window in the user's language: German menus
+// under a German locale, English without a warning for a locale with no
+// catalogue or a damaged one.
 #include "app/DefaultStyle.h"
 #include "app/Execute.h"
 #include "app/Fonts.h"
@@ -15,14 +17,26 @@
 #include <QFontDatabase>
 #include <QFontInfo>
 #include <QLineEdit>
+#include <QMenuBar>
 #include <QProcess>
 #include <QPushButton>
 #include <QSettings>
 #include <QStyle>
 #include <QTemporaryDir>
+#include <QTranslator>
 #include <QtTest>
 #include <cerrno>
 #include <sys/wait.h>
+
+namespace
+{
+QStringList warnings;
+
+void record(QtMsgType, QMessageLogContext const&, QString const& message)
+{
+    warnings << message;
+}
+} // namespace
 
 class TestAppServices : public QObject
 {
@@ -53,6 +67,13 @@ private Q_SLOTS:
         // The user's own toolkit settings must not decide the style.
         QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, dir.path());
         qunsetenv("QT_STYLE_OVERRIDE");
+        // A shared-data directory whose German catalogue has the built one's
+        // header, then bytes that make no sense.
+        QVERIFY(QDir(dir.path()).mkpath("translations"));
+        QFile qm(dir.filePath("translations/sorvan_de.qm"));
+        QFile built(qEnvironmentVariable("SORVANSHARE") + "/translations/sorvan_de.qm");
+        QVERIFY(built.open(QIODevice::ReadOnly) && qm.open(QIODevice::WriteOnly));
+        qm.write(built.read(16) + QByteArray(4096, '\xa5'));
     }
 
     void rejectedAndHelp_data()
@@ -201,6 +222,50 @@ private Q_SLOTS:
         QFile file(marker);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QVERIFY(file.readAll().trimmed().toLongLong() != QCoreApplication::applicationPid());
+    }
+
+    void menus_data()
+    {
+        columns<QString, bool, bool>("locale", "damaged", "german");
+        row("German", "de_DE", false, true);
+        row("no catalogue", "fr_FR", false, false);
+        row("damaged catalogue", "de_DE", true, false);
+    }
+    void menus()
+    {
+        QFETCH(QString, locale);
+        QFETCH(bool, damaged);
+        QFETCH(bool, german);
+        QStringList const english { "&Program", "&Windows", "&Repositories", "&Cache", "&Help" };
+        QStringList expected = english;
+        if (german) {
+            QTranslator catalogue;
+            QVERIFY(catalogue.load(qEnvironmentVariable("SORVANSHARE") + "/translations/sorvan_de.qm"));
+            for (QString& text : expected)
+                text = catalogue.translate("MainWindow", text.toUtf8().constData());
+            QVERIFY(!expected.contains(QString()) && expected != english);
+        }
+
+        // The start-up's own translations, read as the user's locale says.
+        QLocale::setDefault(QLocale(locale));
+        QByteArray const share = qgetenv("SORVANSHARE");
+        if (damaged)
+            qputenv("SORVANSHARE", dir.path().toLocal8Bit());
+        warnings.clear();
+        QtMessageHandler const previous = qInstallMessageHandler(record);
+        Startup::installTranslations(*qApp);
+        qputenv("SORVANSHARE", share);
+        QStringList menus;
+        {
+            MainWindow window;
+            for (QAction* menu : window.menuBar()->actions())
+                menus << menu->text();
+        }
+        qInstallMessageHandler(previous);
+        // The next case starts in English.
+        qDeleteAll(qApp->findChildren<QTranslator*>());
+        QCOMPARE(menus, expected);
+        QVERIFY2(warnings.isEmpty(), qPrintable(warnings.join(u'\n')));
     }
 };
 
