@@ -3,33 +3,132 @@ where its log records and warnings go, the repository configuration it reads
 and the repositories it cannot use.  A whole session (this file with --fullrun
 RESULT) runs under strace, then in a mount namespace whose host dnf
 configuration is replaced by decoys: the engine stays inside its managed root
-and off the terminal."""
+and off the terminal.
+
+The script runs as the program runs it: as __main__ from share/python, with
+sys.argv = [program, "info"] and this directory's yumIOC stand-in for the
+program's module; each test on its own copy of the sandbox's root."""
 
 import collections
+import contextlib
 import glob
 import json
 import logging
 import os
 import re
+import runpy
 import shutil
 import subprocess
 import sys
+import tempfile
 import traceback
+import types
+import unittest
 import warnings
 
-sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-import enginetest  # noqa: E402
+HERE = os.path.dirname(os.path.abspath(__file__))
+SOURCE_DIR = os.environ.get("SORVAN_SOURCE_DIR") or os.path.dirname(os.path.dirname(HERE))
+SHARE_PYTHON = os.path.join(SOURCE_DIR, "share", "python")
+SCRIPT = os.path.join(SHARE_PYTHON, "YumIO.py")
+SANDBOX = os.environ.get("SORVAN_SANDBOX") or os.path.join(
+    os.environ.get("SORVAN_BINARY_DIR") or SOURCE_DIR, "sandbox")
+REPOS = os.path.join(SANDBOX, "repos")
+
+sys.path[:0] = [SHARE_PYTHON, HERE, os.path.join(SOURCE_DIR, "tools", "sandbox")]
+
+import sandbox  # noqa: E402
 import yumIOC  # noqa: E402
-from enginetest import CLEANERS, REPOS, RootTestCase, names  # noqa: E402
+
+CLEANERS = ("cleanHeaders", "cleanPackages", "cleanMetadata", "cleanPickles", "cleanSqlite")
+
+
+def script():
+    """The script's __main__ namespace, as the program runs it."""
+    sys.argv = ["sorvan", "info"]
+    return runpy.run_path(SCRIPT, run_name="__main__")
+
+
+def run():
+    """unittest's main on the real standard error (the script routes
+    sys.stdout and sys.stderr to yumIOC)."""
+    unittest.main(testRunner=unittest.TextTestRunner(stream=sys.__stderr__, verbosity=2))
+
+
+def names(pkgs):
+    return sorted(str(p) for p in pkgs)
+
+
+def collect(y, enables=None):
+    """The program's collection sequence on session y."""
+    y.lock()
+    for rid, state in (enables or {}).items():
+        (y.repos.enableRepo if state else y.repos.disableRepo)(rid)
+    y.setupRepos()
+    y.setupTs()
+    c = types.SimpleNamespace(session=y, updates=list(y.collectUpdates()))
+    everything = y.collectAll()
+    c.installed, c.available = list(everything.installed), list(everything.available)
+    try:
+        y.setupTsGroup()
+    except sys.modules["yum.Errors"].GroupsError as e:
+        if "No Groups Available" not in e.value:
+            raise
+    c.groups = list(y.collectGroupInfo())
+    y.collectDone()
+    return c
+
+
+class RootTestCase(unittest.TestCase):
+    """A test on its own copy of the sandbox's root."""
+    ns = None
+
+    def setUp(self):
+        if RootTestCase.ns is None:
+            sandbox.build(SANDBOX)
+            RootTestCase.ns = script()
+        self.Errors = sys.modules["yum.Errors"]
+        self.tmp = tempfile.mkdtemp(prefix="sorvan-engine-")
+        self.addCleanup(shutil.rmtree, self.tmp, True)
+        self.root = sandbox.clone(SANDBOX, os.path.join(self.tmp, "root"))
+        self.addCleanup(sandbox.stopServer, self.root)
+        os.environ["SORVANROOT"] = self.root
+        yumIOC.reset()
+
+    def session(self):
+        """A new session object, as the program makes one."""
+        y = self.ns["YumIO"]()
+
+        def release():
+            with contextlib.suppress(Exception):
+                y.unlock()
+            y._session.close()
+        self.addCleanup(release)
+        return y
+
+    def collect(self, y=None, enables=None):
+        return collect(y or self.session(), enables)
+
+    def serve(self):
+        sandbox.serve(SANDBOX, self.root)
+
+    def path(self, relative):
+        return os.path.join(self.root, relative.lstrip("/"))
+
+    def writeFile(self, relative, text, mode="w"):
+        path = self.path(relative)
+        os.makedirs(os.path.dirname(path), exist_ok=True)
+        with open(path, mode) as f:
+            f.write(text)
+        return path
 
 
 def fullrun(result_path):
     """The program's calls on SORVANROOT, the HTTP repository included; what
     it collected and the yumIOC calls go to result_path."""
-    ns = enginetest.script()
+    ns = script()
     result = {}
     try:
-        c = enginetest.collect(ns["YumIO"](), {"sv-http": True})
+        c = collect(ns["YumIO"](), {"sv-http": True})
         y = c.session
         result.update(updates=names(c.updates), installed=names(c.installed), available=names(c.available),
                       groups=sorted((g.name, g.installed) for g in c.groups), yumvar=dict(y.conf.yumvar))
@@ -214,4 +313,4 @@ if __name__ == "__main__":
     if sys.argv[1:2] == ["--fullrun"]:
         fullrun(sys.argv[2])
     else:
-        enginetest.run()
+        run()
