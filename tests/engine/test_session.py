@@ -108,9 +108,6 @@ class RootTestCase(unittest.TestCase):
     def collect(self, y=None, enables=None):
         return collect(y or self.session(), enables)
 
-    def serve(self):
-        sandbox.serve(SANDBOX, self.root)
-
     def path(self, relative):
         return os.path.join(self.root, relative.lstrip("/"))
 
@@ -258,7 +255,7 @@ class IsolationTest(RootTestCase):
             return json.load(f)
 
     def test_quiet_inside_the_root_and_blind_to_the_host(self):
-        self.serve()
+        sandbox.serve(SANDBOX, self.root)
         trace = os.path.join(self.tmp, "trace")
         calls = ("open,openat,creat,mkdir,mkdirat,unlink,unlinkat,rename,renameat,renameat2,"
                  "rmdir,link,linkat,symlink,symlinkat,truncate,chmod,fchmodat")

@@ -3,7 +3,6 @@ checks its arguments against the program's PyArg_ParseTuple formats, so that a
 call the program would reject fails here too."""
 
 calls = []
-answer = 0  # what userconfirm() answers
 
 
 def reset():
@@ -45,10 +44,5 @@ for _name, _fmt in [
     ("applyGrabMultiMeterEnd", None), ("dsTsCheck", ""), ("dsRestartLoop", ""),
     ("reportDownloadSize", "O"), ("listTransaction", "O"), ("tsInitCallback", "l"),
     ("tsCallback", "lLLOO"), ("tsEvent", "OlLLll"), ("postTransactionOutput", "O"),
-    ("gpgsigcheck", None)]:
+    ("gpgsigcheck", None), ("userconfirm", "")]:
     globals()[_name] = _recorder(_name, _fmt)
-
-
-def userconfirm():
-    calls.append(("userconfirm", ()))
-    return answer
