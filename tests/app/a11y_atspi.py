@@ -1,7 +1,6 @@
 #!/usr/bin/python3
-"""The real program read through AT-SPI as a screen reader does,
-on xcb under a private Xvfb, session bus and accessibility bus (the offscreen
-platform has no accessibility bridge).  Exits 77 when a tool is missing."""
+"""The real program read through AT-SPI on xcb under a private Xvfb, session
+and accessibility bus.  Exits 77 when a tool is missing."""
 import contextlib
 import importlib.util
 import os
@@ -104,7 +103,6 @@ def outside():
 
 
 def walk(node):
-    """The widgets under node; a table's cells are read through its table interface."""
     import pyatspi
     yield node
     if node.getRole() != pyatspi.ROLE_TABLE:
@@ -113,8 +111,7 @@ def walk(node):
 
 
 def read_table(table):
-    """The rows as dictionaries from column title (Qt 6.4 answers the
-    header's texts, no header cells) to accessible name."""
+    # Qt 6.4 answers the header's texts, no header cells.
     cells = table.queryTable()
     titles = [cells.getColumnDescription(c) for c in range(cells.nColumns)]
     return [{title: cells.getAccessibleAt(r, c).name for c, title in enumerate(titles)}
