@@ -1,13 +1,7 @@
-"""The companion script as the program uses it: how it stops on a bad start,
-where its log records and warnings go, the repository configuration it reads
-and the repositories it cannot use.  A whole session (this file with --fullrun
-RESULT) runs under strace, then in a mount namespace whose host dnf
-configuration is replaced by decoys: the engine stays inside its managed root
-and off the terminal.
-
-The script runs as the program runs it: as __main__ from share/python, with
-sys.argv = [program, "info"] and this directory's yumIOC stand-in for the
-program's module; each test on its own copy of the sandbox's root."""
+"""The companion script run as the program runs it (as __main__, with this
+directory's yumIOC stand-in), each test on its own copy of the sandbox's root.
+A whole session (this file with --fullrun RESULT) runs under strace, then in a
+mount namespace whose host dnf configuration is replaced by decoys."""
 
 import collections
 import contextlib
@@ -43,15 +37,8 @@ CLEANERS = ("cleanHeaders", "cleanPackages", "cleanMetadata", "cleanPickles", "c
 
 
 def script():
-    """The script's __main__ namespace, as the program runs it."""
     sys.argv = ["sorvan", "info"]
     return runpy.run_path(SCRIPT, run_name="__main__")
-
-
-def run():
-    """unittest's main on the real standard error (the script routes
-    sys.stdout and sys.stderr to yumIOC)."""
-    unittest.main(testRunner=unittest.TextTestRunner(stream=sys.__stderr__, verbosity=2))
 
 
 def names(pkgs):
@@ -79,7 +66,6 @@ def collect(y, enables=None):
 
 
 class RootTestCase(unittest.TestCase):
-    """A test on its own copy of the sandbox's root."""
     ns = None
 
     def setUp(self):
@@ -95,7 +81,6 @@ class RootTestCase(unittest.TestCase):
         yumIOC.reset()
 
     def session(self):
-        """A new session object, as the program makes one."""
         y = self.ns["YumIO"]()
 
         def release():
@@ -310,4 +295,5 @@ if __name__ == "__main__":
     if sys.argv[1:2] == ["--fullrun"]:
         fullrun(sys.argv[2])
     else:
-        run()
+        # On the real standard error: the script routes sys.stderr to yumIOC.
+        unittest.main(testRunner=unittest.TextTestRunner(stream=sys.__stderr__, verbosity=2))
