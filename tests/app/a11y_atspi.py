@@ -68,11 +68,9 @@ def start_xvfb():
 
 
 def outside():
-    missing = [name for name, there in (
-        ("Xvfb", shutil.which("Xvfb")), ("xdpyinfo", shutil.which("xdpyinfo")),
-        ("dbus-run-session", shutil.which("dbus-run-session")),
-        (LAUNCHER, os.access(LAUNCHER, os.X_OK)), ("pyatspi", importlib.util.find_spec("pyatspi")))
-        if not there]
+    missing = [tool for tool in ("Xvfb", "xdpyinfo", "dbus-run-session") if not shutil.which(tool)] + [
+        name for name, there in ((LAUNCHER, os.access(LAUNCHER, os.X_OK)),
+                                 ("pyatspi", importlib.util.find_spec("pyatspi"))) if not there]
     if missing:
         print("a11y_atspi: skipped, not installed: " + ", ".join(missing))
         return 77
@@ -86,8 +84,7 @@ def outside():
         inner = None
         try:
             env["DISPLAY"] = ":" + display
-            # The private session and everything started in it (bus launcher,
-            # buses, registry, the program) share one process group.
+            # The private session and everything started in it share one process group.
             inner = subprocess.Popen(["dbus-run-session", "--", sys.executable, "-I", "-B",
                                       os.path.abspath(__file__), "--inside", tmp],
                                      env=env, start_new_session=True)

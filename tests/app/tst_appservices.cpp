@@ -1,7 +1,6 @@
-// The command line, seen from outside (messages, usage text and exit status
-// of the real program) and from inside (what each option does to the window),
-// the small application-wide services (style choice, derived fonts, starting
-// a detached viewer), and the window in the user's language.
+// The command line, seen from outside (the real program's messages, usage
+// text and status) and from inside (each option's effect on the window), the
+// style, the fixed font, a detached viewer, and the window's translations.
 #include "app/DefaultStyle.h"
 #include "app/Execute.h"
 #include "app/Fonts.h"
@@ -40,8 +39,7 @@ class TestAppServices : public QObject
 {
     Q_OBJECT
 
-    // Runs the program under another name, which its messages must use; fails
-    // the test unless it exits with status 1 and the usage text.
+    // Its messages under another name, if it exits with status 1 and the usage.
     QString rejectedBy(QStringList const& args, QProcessEnvironment const& environment)
     {
         QProcess process;
@@ -65,8 +63,7 @@ private Q_SLOTS:
         // The user's own toolkit settings must not decide the style.
         QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, dir.path());
         qunsetenv("QT_STYLE_OVERRIDE");
-        // A shared-data directory whose German catalogue has the built one's
-        // header, then bytes that make no sense.
+        // A shared-data directory whose German catalogue is damaged.
         QVERIFY(QDir(dir.path()).mkpath("translations"));
         QFile qm(dir.filePath("translations/sorvan_de.qm"));
         QFile built(qEnvironmentVariable("SORVANSHARE") + "/translations/sorvan_de.qm");
@@ -159,8 +156,7 @@ private Q_SLOTS:
         DefaultStyle style(int(argv.size()), argv.data());
         qunsetenv("QT_STYLE_OVERRIDE");
 
-        // A user's choice is left alone; otherwise "plastique", which Qt 6
-        // lacks, becomes Fusion.
+        // A user's choice stays; otherwise "plastique", which Qt 6 lacks, becomes Fusion.
         QApplication::setStyle("Windows");
         style.set(*qApp, "plastique");
         QCOMPARE(QApplication::style()->name().toLower(), chosen ? "windows" : "fusion");
@@ -172,8 +168,7 @@ private Q_SLOTS:
         QVERIFY(fixed.fixedPitch());
         if (!QFontDatabase::families().contains("DejaVu Sans Mono"))
             QSKIP("DejaVu Sans Mono is not installed");
-        // Bitstream Vera is not installed here; an alias that resolves it to
-        // another family must not stop the search.
+        // Bitstream Vera is not installed: an alias to another family must not stop the search.
         QCOMPARE(QFontInfo(fixed).family(), "DejaVu Sans Mono");
     }
 
@@ -207,8 +202,7 @@ private Q_SLOTS:
         QVERIFY(file.readAll().trimmed().toLongLong() != QCoreApplication::applicationPid());
     }
 
-    // German menus under a German locale, as the built catalogue has them;
-    // English, without a warning, when the catalogue is damaged.
+    // German menus as the built catalogue has them; English, silently, from a damaged one.
     void menus_data()
     {
         columns<bool>("damaged");
@@ -228,7 +222,6 @@ private Q_SLOTS:
             QVERIFY(!expected.contains(QString()) && expected != english);
         }
 
-        // The start-up's own translations, read as the user's locale says.
         QLocale::setDefault(QLocale("de_DE"));
         QByteArray const share = qgetenv("SORVANSHARE");
         if (damaged)

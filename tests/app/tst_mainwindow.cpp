@@ -24,9 +24,8 @@ namespace
 {
 char const* const editor = "SORVAN Repository Configuration Editor";
 
-// What the user does in the dialog with a given title: type into fields
-// found by their tool-tip's start, then press a button.  Steps run in order,
-// each once; other dialogs are accepted and recorded with their texts.
+// In the dialog of each step's title in turn: type into the fields whose tool-tip
+// starts so, press the button.  Other dialogs are accepted and recorded.
 struct Step {
     QString title;
     QList<QPair<QString, QString>> fields;
@@ -59,8 +58,7 @@ private:
                 for (QWidget* field : dialog->findChildren<QWidget*>())
                     if (field->isVisible() && field->toolTip().startsWith(tip))
                         QTest::keyClicks(field, value);
-            // Later: a dialog the button opens runs its own loop, in which
-            // this timer must fire again.
+            // Later: a dialog the button opens runs a loop of its own.
             for (QPushButton* push : dialog->findChildren<QPushButton*>())
                 if (push->isVisible() && push->text().remove(u'&') == step.button)
                     QTimer::singleShot(0, push, &QPushButton::click);
@@ -178,8 +176,7 @@ private Q_SLOTS:
         YumIO* session = window->yumSession();
         QVERIFY(session->fileListsLoaded() && session->otherDataLoaded());
         QCOMPARE(extraDataSignals, 2);
-        // sv-libfoo by name, sv-app through its requirement on it; nothing
-        // that does not mention foo anywhere.
+        // sv-libfoo by name, sv-app through its requirement; nothing without foo.
         QHash<QString, QString> const names = packages(true);
         QVERIFY2(
             names.contains("sv-libfoo") && names.contains("sv-app"), qPrintable(names.keys().join(u',')));
@@ -211,9 +208,8 @@ private Q_SLOTS:
         QCOMPARE(entry("sv-docs")->action, Package::NoAction);
     }
 
-    // An expression that does not compile lists everything, and the field
-    // says it is not valid until a valid one replaces it; the field's clear
-    // button lists everything again.
+    // An expression that does not compile lists everything, and the field says
+    // so until a valid one replaces it; the field's clear button lists all.
     void invalidExpressionIsShown()
     {
         auto* edit = child<QLineEdit>("regexpEdit");
@@ -256,8 +252,7 @@ private Q_SLOTS:
         QVERIFY(lock.open(QIODevice::ReadOnly));
         QCOMPARE(::flock(lock.handle(), LOCK_EX | LOCK_NB), -1);
 
-        // After a failed apply the table is collected anew with the marks
-        // that still make sense; after a transaction, it shows the system as it is.
+        // A failed apply keeps the marks; a transaction shows the system as it is.
         mark("sv-app", Package::Install);
         QVERIFY(apply->isEnabled());
         user.seen.clear();
@@ -309,8 +304,7 @@ private Q_SLOTS:
     }
 
     // Cancel in the editor opened at start still gives a working window; a
-    // repository added in the editor is the engine's at once, under the name
-    // SORVAN shows.
+    // repository added in the editor is the engine's at once, under its name.
     void editorAtStartAndAddedRepository()
     {
         clone();
@@ -332,9 +326,8 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(packages().value("sv-big-app"), "added", 60000);
     }
 
-    // A repository that cannot be read is named, and disabling it for the
-    // session lists every other repository's packages, then and after a
-    // refresh; refusing leaves the table empty and the window usable.
+    // Disabling a repository that cannot be read lists the others' packages,
+    // then and after a refresh; refusing leaves the table empty, the window usable.
     void unreachableRepository_data()
     {
         columns<QString, bool>("button", "listed");
@@ -380,8 +373,7 @@ private Q_SLOTS:
         QCOMPARE(::flock(lock.handle(), LOCK_EX | LOCK_NB), 0);
     }
 
-    // Without its companion script SORVAN names the file it looked for and
-    // where the directory came from, and ends with a failure status.
+    // Without its companion script SORVAN says where it looked, and fails.
     void companionScriptMissingOrBroken_data()
     {
         columns<QString, QString>("share", "expected");
@@ -411,10 +403,9 @@ private Q_SLOTS:
             user.said().contains(expected) && user.said().contains("SORVANSHARE"), qPrintable(user.said()));
     }
 
-    // The application quitting ends every event loop, the one that waits
-    // for the worker too: the wait goes on until the worker is done with it.
-    // Meanwhile the panel is off and the log can be read.  Last: no later
-    // loop would run.
+    // The application quitting ends every event loop, the one that waits for
+    // the worker too, which must wait on; meanwhile the panel is off and the
+    // log can be read.  Last: no later loop would run.
     void busyWhenTheApplicationQuits()
     {
         clone();

@@ -30,9 +30,7 @@ private Q_SLOTS:
             0);
 
         QProcess sorvan;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("SORVANROOT", root);
-        sorvan.setProcessEnvironment(env);
+        qputenv("SORVANROOT", root.toLocal8Bit());
         sorvan.start(qEnvironmentVariable("SORVAN_EXE"));
         QVERIFY(sorvan.waitForStarted());
         // The session holds its lock once the packages are collected.

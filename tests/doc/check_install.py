@@ -1,6 +1,5 @@
-"""check_install.py CMAKE BUILD DOCDIR MANDIR COMPLETE: installs BUILD into a
-staging prefix and checks the manual a reader gets there.  Skipped (77) when
-COMPLETE is not ON, i.e. the build lacked the documentation tools."""
+"""check_install.py CMAKE BUILD DOCDIR MANDIR COMPLETE: installs BUILD into a staging
+prefix and checks the manual there.  Skipped (77) when COMPLETE is not ON."""
 import html, os, re, shutil, subprocess, sys, tempfile, urllib.parse
 
 

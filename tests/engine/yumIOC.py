@@ -1,6 +1,5 @@
-"""Stand-in for the program's yumIOC module: records every call in order and
-checks its arguments against the program's PyArg_ParseTuple formats, so that a
-call the program would reject fails here too."""
+"""Stand-in for the program's yumIOC module: records every call, and fails one
+whose arguments the program's PyArg_ParseTuple formats would reject."""
 
 calls = []
 
