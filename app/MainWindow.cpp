@@ -32,6 +32,7 @@
 #include <QPushButton>
 #include <QTimer>
 #include <QToolButton>
+#include <QGridLayout>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <sys/utsname.h>
@@ -275,9 +276,24 @@ void MainWindow::createMainArea()
     itemBar->setObjectName(QStringLiteral("itemBar"));
     totalBar = new HProgressBar(central);
     totalBar->setObjectName(QStringLiteral("totalBar"));
+    // Beside the bars, a way out of downloads that stall; shown only while
+    // a download runs.
+    cancelButton = new QPushButton(tr("Cancel &Download"), central);
+    cancelButton->setObjectName(QStringLiteral("cancelDownloadButton"));
+    cancelButton->setToolTip(tr("Stop the downloads: the package list is read from the metadata already in "
+                                "the cache, and no package is installed, updated or removed"));
+    cancelButton->hide();
+    connect(cancelButton, &QPushButton::clicked, this, &MainWindow::cancelDownloads);
+    connect(session, &YumIO::downloadsCancellable, this, [this](bool on) {
+        cancelButton->setVisible(on);
+        cancelButton->setEnabled(on);
+    });
+    auto* barsLayout = new QGridLayout;
+    barsLayout->addWidget(itemBar, 0, 0);
+    barsLayout->addWidget(totalBar, 1, 0);
+    barsLayout->addWidget(cancelButton, 0, 1, 2, 1);
     centralLayout->addWidget(mainPanel, 1);
-    centralLayout->addWidget(itemBar);
-    centralLayout->addWidget(totalBar);
+    centralLayout->addLayout(barsLayout);
     setCentralWidget(central);
     session->setup(this, totalBar, itemBar);
 
@@ -522,6 +538,15 @@ void MainWindow::resize()
     view->resizeColumnsToContents();
 }
 
+void MainWindow::cancelDownloads()
+{
+    if (!session || session->downloadCancelled())
+        return;
+    session->cancelDownloads();
+    cancelButton->setEnabled(false);
+    session->log(Log::Warning, 0, tr("Cancelling the downloads."));
+}
+
 void MainWindow::requestQuit(bool ask)
 {
     if (quitting)
@@ -530,6 +555,9 @@ void MainWindow::requestQuit(bool ask)
     // session may be in use on this very stack, even before a work thread
     // starts: the quit waits for the command's end.
     if (busyCursor || (session && session->isBusy())) {
+        // Downloads need not finish for a quit; a transaction does.
+        if (!cancelButton->isHidden())
+            cancelDownloads();
         if (!quitPending) {
             quitPending = true;
             QString const text = tr("SORVAN will quit as soon as the running operation has finished.\nA "

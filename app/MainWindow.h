@@ -114,6 +114,8 @@ public Q_SLOTS:
     // are marked and `ask` is set), else when the running operation ends.
     // A transaction is never interrupted.
     void requestQuit(bool ask = true);
+    // Stops the running downloads (the Cancel beside the bars).
+    void cancelDownloads();
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -200,6 +202,7 @@ private:
 
     HProgressBar* itemBar;
     HProgressBar* totalBar;
+    QPushButton* cancelButton;
 
     Log::Window* logWindow;
 };

@@ -179,7 +179,7 @@ Dies entspricht der Option debuglevel (-d) von yum.</translation>
 <context>
     <name>MainWindow</name>
     <message>
-        <location filename="../app/MainWindow.cpp" line="+63"/>
+        <location filename="../app/MainWindow.cpp" line="+64"/>
         <source>SORVAN - %1</source>
         <translation>SORVAN - %1</translation>
     </message>
@@ -190,12 +190,12 @@ Dies entspricht der Option debuglevel (-d) von yum.</translation>
     </message>
     <message>
         <location line="+2"/>
-        <location line="+469"/>
+        <location line="+496"/>
         <source>&amp;Quit</source>
         <translation>&amp;Beenden</translation>
     </message>
     <message>
-        <location line="-468"/>
+        <location line="-495"/>
         <source>Ctrl+Q</source>
         <translation>Ctrl+Q</translation>
     </message>
@@ -291,18 +291,18 @@ Dies entspricht der Option debuglevel (-d) von yum.</translation>
     </message>
     <message>
         <location line="+18"/>
-        <location line="+576"/>
+        <location line="+603"/>
         <source>Filter</source>
         <translation>Filtern</translation>
     </message>
     <message>
-        <location line="-575"/>
-        <location line="+572"/>
+        <location line="-602"/>
+        <location line="+599"/>
         <source>Search</source>
         <translation>Suchen</translation>
     </message>
     <message>
-        <location line="-564"/>
+        <location line="-591"/>
         <source>Regular expression</source>
         <translation>Regulärer Ausdruck</translation>
     </message>
@@ -368,12 +368,12 @@ Dies entspricht der Option debuglevel (-d) von yum.</translation>
     </message>
     <message>
         <location line="+4"/>
-        <location line="+292"/>
+        <location line="+307"/>
         <source>Re&amp;fresh</source>
         <translation>&amp;Neu laden</translation>
     </message>
     <message>
-        <location line="-290"/>
+        <location line="-305"/>
         <source>Refresh the list of installed packages and packages available for update.
 Use this to check for new updates in repositories, or if any packages were installed manually.</source>
         <translation>Die Liste der installierten Pakete und der verfügbaren Aktualisierungen neu laden.
@@ -447,25 +447,35 @@ Wenn nicht, wird das Paket gezeigt, dessen Architektur der Basisarchitektur am n
         <translation>Ob der Filter Paketgruppen einbezieht</translation>
     </message>
     <message>
-        <location line="+22"/>
-        <location line="+480"/>
+        <location line="+8"/>
+        <source>Cancel &amp;Download</source>
+        <translation>&amp;Download abbrechen</translation>
+    </message>
+    <message>
+        <location line="+2"/>
+        <source>Stop the downloads: the package list is read from the metadata already in the cache, and no package is installed, updated or removed</source>
+        <translation>Die Downloads anhalten: Die Paketliste wird aus den Metadaten im Cache gelesen, und kein Paket wird installiert, aktualisiert oder entfernt</translation>
+    </message>
+    <message>
+        <location line="+27"/>
+        <location line="+492"/>
         <source>Unlisted Actions</source>
         <translation>Nicht angezeigte Aktionen</translation>
     </message>
     <message>
-        <location line="-407"/>
+        <location line="-419"/>
         <source>SORVAN runs without root (user id %1): it lists and searches packages, but applying actions needs root. Start it as root to change the system, for example with: pkexec sorvan</source>
         <translation>SORVAN läuft ohne Root-Rechte (Benutzerkennung %1): Es zeigt und durchsucht Pakete, aber zum Anwenden von Aktionen sind Root-Rechte nötig. Starten Sie es als root, um das System zu ändern, zum Beispiel mit: pkexec sorvan</translation>
     </message>
     <message>
         <location line="+130"/>
-        <location line="+42"/>
+        <location line="+54"/>
         <location line="+63"/>
         <source>SORVAN</source>
         <translation>SORVAN</translation>
     </message>
     <message numerus="yes">
-        <location line="-104"/>
+        <location line="-116"/>
         <source>%n marked action(s) will be lost.</source>
         <translation>
             <numerusform>%n vorgemerkte Aktion geht verloren.</numerusform>
@@ -478,7 +488,12 @@ Wenn nicht, wird das Paket gezeigt, dessen Architektur der Basisarchitektur am n
         <translation>Die Paketliste neu laden?</translation>
     </message>
     <message>
-        <location line="+26"/>
+        <location line="+22"/>
+        <source>Cancelling the downloads.</source>
+        <translation>Die Downloads werden abgebrochen.</translation>
+    </message>
+    <message>
+        <location line="+16"/>
         <source>SORVAN will quit as soon as the running operation has finished.
 A transaction that has started is never interrupted.</source>
         <translation>SORVAN wird beendet, sobald der laufende Vorgang abgeschlossen ist.
@@ -1091,7 +1106,7 @@ Starten Sie SORVAN als root, um ihn zu leeren, zum Beispiel mit: pkexec sorvan</
         <translation>Einzelnes Paket</translation>
     </message>
     <message>
-        <location line="+49"/>
+        <location line="+33"/>
         <source>Action</source>
         <translation>Aktion</translation>
     </message>
@@ -2011,19 +2026,19 @@ Das Verzeichnis der gemeinsamen Daten von SORVAN stammt aus %3.</translation>
     <message>
         <location line="+12"/>
         <location filename="../yumio/YumIOCollect.cpp" line="+50"/>
-        <location line="+21"/>
+        <location line="+6"/>
         <location line="+10"/>
         <source>Unable to initialize</source>
         <translation>Initialisierung nicht möglich</translation>
     </message>
     <message>
         <location line="+6"/>
-        <location line="+629"/>
+        <location line="+630"/>
         <source>Internal error: cannot create python yumIO</source>
         <translation>Interner Fehler: Python-yumIO kann nicht erzeugt werden</translation>
     </message>
     <message>
-        <location line="-570"/>
+        <location line="-571"/>
         <source>Internal error: yum version not understood: %1 errno=%2 (%3)</source>
         <translation>Interner Fehler: Yum-Version nicht verstanden: %1 errno=%2 (%3)</translation>
     </message>
@@ -2130,7 +2145,7 @@ SORVAN läuft hier mit der Benutzerkennung %1: Es kann Pakete anzeigen und durch
 Starten Sie SORVAN als root, um Aktionen anzuwenden, zum Beispiel mit: pkexec sorvan</translation>
     </message>
     <message>
-        <location line="+19"/>
+        <location line="+20"/>
         <source>Applying</source>
         <translation>Anwenden</translation>
     </message>
@@ -2654,12 +2669,12 @@ Von: %5</translation>
         <translation>Alles wird gelöscht</translation>
     </message>
     <message>
-        <location filename="../yumio/YumIOCollect.cpp" line="-81"/>
+        <location filename="../yumio/YumIOCollect.cpp" line="-66"/>
         <source>Unable to obtain yum lock</source>
         <translation>Die Yum-Sperre kann nicht erlangt werden</translation>
     </message>
     <message>
-        <location line="+51"/>
+        <location line="+36"/>
         <source>Repository Unavailable</source>
         <translation>Paketquelle nicht erreichbar</translation>
     </message>

@@ -750,6 +750,7 @@ bool YumIO::collect(QHash<QString, bool> const& enables)
     otherDataFlag = false;
     fileListsFailed = false;
     otherDataFailed = false;
+    downloadCancel = false;
     QEventLoop loop;
     CollectThread thread(this, loop, enables);
     execWorkThread(loop, thread);

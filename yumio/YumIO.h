@@ -112,6 +112,11 @@ public:
     bool otherDataLoaded() const { return otherDataFlag; }
     // True while a long operation runs on a worker.
     bool isBusy() const { return busy; }
+    // Stops the running downloads, from any thread: a collection reads the
+    // metadata already in the cache instead, an apply ends before rpm starts.
+    // Each collection and apply starts uncancelled.
+    void cancelDownloads() { downloadCancel = true; }
+    bool downloadCancelled() const { return downloadCancel; }
 
     // --- applying ------------------------------------------------------------
 
@@ -253,6 +258,8 @@ public:
 Q_SIGNALS:
     // File lists or change logs were loaded: details may have grown.
     void collectedExtraData();
+    // From the worker: downloads that cancelDownloads() stops start or end.
+    void downloadsCancellable(bool on);
 
 private Q_SLOTS:
     void blockerRelease() { blocker.release(); }
@@ -495,6 +502,7 @@ private:
     Package::EntryList entries;
     Package::EntryList clearingEntries;
     std::atomic_bool clearing = false;
+    std::atomic_bool downloadCancel = false;
     QHash<EntryKey, Package::Entry*> entriesByKey;
     QHash<QString, Package::Entry*> bestByName;
     QSet<QString> baseArchitectures;

@@ -71,6 +71,7 @@ bool YumIO::apply()
                   .arg(::geteuid()));
         return false;
     }
+    downloadCancel = false;
     QEventLoop loop;
     ApplyThread thread(this, loop);
     execWorkThread(loop, thread);

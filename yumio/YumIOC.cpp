@@ -253,6 +253,25 @@ struct YumIOC {
         return PyLong_FromLong(io && io->userconfirm() ? 1 : 0);
     }
 
+    // Whether the user asked to stop the downloads: read by librepo's
+    // progress callbacks, about once a second per transfer.
+    static PyObject* downloadCancelled(PyObject*, PyObject*)
+    {
+        YumIO* io = session();
+        return PyBool_FromLong(io && io->downloadCancelled());
+    }
+
+    // (on): "l"; a download the user may cancel starts (1) or ended (0).
+    static PyObject* downloadsCancellable(PyObject*, PyObject* args)
+    {
+        long on = 0;
+        if (!PyArg_ParseTuple(args, "l", &on))
+            return nullptr;
+        if (YumIO* io = session())
+            Q_EMIT io->downloadsCancellable(on != 0);
+        return none();
+    }
+
     // (package, repository, key user id, key id, key URLs): "sssss"; the
     // answer as a Python integer.
     static PyObject* gpgsigcheck(PyObject*, PyObject* args)
@@ -359,6 +378,8 @@ struct YumIOC {
         { "tsEvent", tsEvent, METH_VARARGS, nullptr },
         { "postTransactionOutput", oneObject<&YumIO::postTransactionOutput>, METH_VARARGS, nullptr },
         { "gpgsigcheck", gpgsigcheck, METH_VARARGS, nullptr },
+        { "downloadCancelled", downloadCancelled, METH_NOARGS, nullptr },
+        { "downloadsCancellable", downloadsCancellable, METH_VARARGS, nullptr },
         { nullptr, nullptr, 0, nullptr },
     };
 

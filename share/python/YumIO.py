@@ -67,7 +67,7 @@ class YumIO:
     def setupRepos(self):
         """Read the enabled repositories (downloading what is stale) and the rpm
         database.  File lists and change logs wait until they are asked for."""
-        self._session.fillSack(filelists=False, other=False)
+        self._session.fillSack(filelists=False, other=False, cancellable=True)
 
     def setupTs(self):
         self._session.requireSack()

@@ -141,6 +141,34 @@ class TestMainWindow : public QObject
         window->show();
     }
 
+    // Points sv-http at the sandbox server's hanging front: for every file,
+    // or for the packages only.
+    void stall(char const* front)
+    {
+        QFile file(root + "/etc/yum.repos.d/sv-http.repo");
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QString text = QString::fromUtf8(file.readAll());
+        text.replace(QRegularExpression("(127\\.0\\.0\\.1:\\d+/)(stall\\w*/)?sv-http/"),
+            QString("\\1%1/sv-http/").arg(front));
+        QVERIFY(file.resize(0) && file.seek(0));
+        file.write(text.toUtf8());
+    }
+    // Runs the command, pressing Cancel the first time it shows.
+    void cancelDuring(void (MainWindow::*command)())
+    {
+        auto* button = child<QPushButton>("cancelDownloadButton");
+        QTimer cancelling;
+        connect(&cancelling, &QTimer::timeout, button, [&] {
+            if (button->isVisible() && button->isEnabled()) {
+                cancelling.stop();
+                button->click();
+            }
+        });
+        cancelling.start(50);
+        QTimer::singleShot(0, window, command);
+        QTRY_VERIFY_WITH_TIMEOUT(!cancelling.isActive() && child("mainPanel")->isEnabled(), 120000);
+    }
+
     User user;
     QTemporaryDir dir;
     QString root;
@@ -357,6 +385,37 @@ private Q_SLOTS:
         window->refresh();
         QVERIFY2(user.seen.size() == 1, qPrintable(user.said()));
         QVERIFY(packages().contains("sv-tool"));
+    }
+
+    // Cancel beside the bars stops downloads from a server that accepts and
+    // never answers (dnf's own timeout would end in an error much later): an
+    // apply then changes nothing and keeps its marks, a refresh lists what
+    // the cache holds and leaves the hung repository out.
+    void cancelStalledDownloads()
+    {
+        clone();
+        QString const failure = sandbox("serve", { "--root", root });
+        QVERIFY2(failure.isEmpty(), qPrintable(failure));
+        stall("stallrpm");
+        expect({ { "Apply Actions", {}, "Apply" } });
+        start("sv-http");
+        QTRY_VERIFY_WITH_TIMEOUT(window->isInitialized(), 120000);
+        mark("sv-net-tool", Package::Install);
+        cancelDuring(&MainWindow::apply);
+        QVERIFY2(user.said().contains("The download was cancelled: nothing was changed."), qPrintable(user.said()));
+        QCOMPARE(entry("sv-net-tool")->state, Package::Available);
+        QCOMPARE(entry("sv-net-tool")->action, Package::Install);
+
+        mark("sv-net-tool", Package::NoAction);
+        stall("stall");
+        expect({});
+        cancelDuring(&MainWindow::refresh);
+        QVERIFY2(user.seen.isEmpty(), qPrintable(user.said()));
+        QVERIFY(packages().contains("sv-tool") && !packages().contains("sv-net-tool"));
+        QStringList told;
+        for (Log::Entry const& entry : logged(window->yumSession()))
+            told << entry.text;
+        QVERIFY(told.join(u'|').contains("'sv-http' has no metadata in the cache"));
     }
 
     // A quit asked for while the window starts (a signal, the close button)

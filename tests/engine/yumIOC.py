@@ -43,5 +43,9 @@ for _name, _fmt in [
     ("applyGrabMultiMeterEnd", None), ("dsTsCheck", ""), ("dsRestartLoop", ""),
     ("reportDownloadSize", "O"), ("listTransaction", "O"), ("tsInitCallback", "l"),
     ("tsCallback", "lLLOO"), ("tsEvent", "OlLLll"), ("postTransactionOutput", "O"),
-    ("gpgsigcheck", None), ("userconfirm", "")]:
+    ("gpgsigcheck", None), ("userconfirm", ""), ("downloadsCancellable", "l")]:
     globals()[_name] = _recorder(_name, _fmt)
+
+
+def downloadCancelled():
+    return False

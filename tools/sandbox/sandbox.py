@@ -594,6 +594,13 @@ class RepoHandler(http.server.BaseHTTPRequestHandler):
     def resolve(self):
         url = urllib.parse.urlsplit(self.path)
         path = urllib.parse.unquote(url.path)
+        if path.startswith(("/stall/", "/stallrpm/")):
+            # A server that accepts and never answers: for every file, or
+            # for the packages only.
+            kind, _, rest = path[1:].partition("/")
+            path = "/" + rest
+            if kind == "stall" or path.endswith(".rpm"):
+                return None, None
         if path == "/buffet" or path.startswith("/buffet/"):
             # yum appended the file to the URL, so it ended the path parameter;
             # librepo inserts it before the query: /buffet/<file>?...&path=<dir>.
@@ -628,6 +635,9 @@ class RepoHandler(http.server.BaseHTTPRequestHandler):
 
     def serve(self, body):
         full, status = self.resolve()
+        if status is None:
+            self.rfile.read()  # until the client gives up
+            return
         if full is None:
             self.send_error(status)
             return

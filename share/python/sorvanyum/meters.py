@@ -9,11 +9,31 @@ files the rest.  Reading each repository into the solver is one "read" item.
 """
 
 import dnf.callback
+import dnf.repo
 
 import yumIOC
 
 SCALE = 1000
 REPOMD_SHARE = 0.1
+
+
+def _cancellable(progress):
+    def checked(self, totalToDownload, downloaded):
+        progress(self, totalToDownload, downloaded)
+        # librepo stops the transfer when its progress callback says abort (1);
+        # it asks about once a second even while a server sends nothing.
+        return 1 if yumIOC.downloadCancelled() else 0
+    return checked
+
+
+# Every metadata and package download of the process can be cancelled.
+dnf.repo.RepoCallbacks.progress = _cancellable(dnf.repo.RepoCallbacks.progress)
+dnf.repo.PackageTargetCallbacks.progress = _cancellable(dnf.repo.PackageTargetCallbacks.progress)
+
+
+def cancellable(on):
+    """Tell the program whether a Cancel would stop a download now."""
+    yumIOC.downloadsCancellable(1 if on else 0)
 
 
 class MetadataProgress(dnf.callback.DownloadProgress):

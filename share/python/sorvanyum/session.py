@@ -26,6 +26,7 @@ import dnf.rpm
 import dnf.sack
 import hawkey
 import rpm
+import yumIOC
 
 from sorvanyum import groups as groupsModule
 from sorvanyum import meters, output, packages
@@ -101,11 +102,13 @@ class Session:
             raise RepoError("\n".join(self.repos.errors))
         return base
 
-    def fillSack(self, filelists=None, other=None):
+    def fillSack(self, filelists=None, other=None, cancellable=False):
         """Read the enabled repositories and the rpm database into a new sack.
 
         Raises RepoError for a repository that cannot be used (and is not marked
-        skip_if_unavailable), RepoLockError while another dnf holds the metadata."""
+        skip_if_unavailable), RepoLockError while another dnf holds the metadata.
+        When cancellable, the user may stop the downloads: the repositories are
+        then read from the metadata already in the cache."""
         # The steps of dnf's Base.fill_sack, which cannot leave out file lists
         # and reads each repository right after downloading it.
         filelists = self.filelistsLoaded if filelists is None else filelists
@@ -123,8 +126,12 @@ class Session:
             with lock:
                 sack.load_system_repo(build_cache=False)
                 enabled = list(base.repos.iter_enabled())
-                for repo in enabled:
-                    self._download(repo, other)
+                meters.cancellable(cancellable)
+                try:
+                    for repo in enabled:
+                        self._download(repo, other, cancellable)
+                finally:
+                    meters.cancellable(False)
                 for repo in enabled:
                     if repo.enabled:
                         self._read(sack, repo, filelists, other)
@@ -153,12 +160,18 @@ class Session:
         self._buildhosts = {}
         self._index = None
 
-    def _download(self, repo, other):
+    def _download(self, repo, other, cancellable=False):
         repo.load_metadata_other = other
         meters.attach(repo)
+        if cancellable and yumIOC.downloadCancelled():
+            self._loadCached(repo)
+            return
         try:
             repo.load()
         except dnf.exceptions.RepoError as e:
+            if cancellable and yumIOC.downloadCancelled():
+                self._loadCached(repo)
+                return
             repo._repo.expire()
             if repo.skip_if_unavailable:
                 log.warning("Repository '%s' is not available and is skipped: %s", repo.id, e)
@@ -176,6 +189,20 @@ class Session:
             if "All mirrors were tried" in message:
                 raise NoMoreMirrorsRepoError(message, repo.id) from None
             raise RepoError(message, repo.id) from None
+
+    def _loadCached(self, repo):
+        """After the user cancelled the downloads: the metadata already in the
+        cache, however old; without any, the repository is left out."""
+        repo._repo.setSyncStrategy(dnf.repo.SYNC_ONLY_CACHE)
+        try:
+            repo.load()
+        except dnf.exceptions.RepoError:
+            log.warning("Download cancelled: repository '%s' has no metadata in the cache and is "
+                        "left out of the list.", repo.id)
+            repo.disable()
+            return
+        log.warning("Download cancelled: repository '%s' is listed from the metadata in the cache.",
+                    repo.id)
 
     def _read(self, sack, repo, filelists, other):
         meters.readStarted(repo.id)

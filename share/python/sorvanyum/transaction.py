@@ -27,10 +27,12 @@ import libdnf.transaction
 import rpm
 
 import yumIOC
-from sorvanyum import output, packages
+from sorvanyum import meters, output, packages
 from yum.Errors import LockError, YumBaseError
 
 log = output.logger()
+
+CANCELLED = "The download was cancelled: nothing was changed."
 
 # The program's codes for what happens to a package in the RPM transaction:
 # yum's transaction-member states, and four of SORVAN's own for the steps
@@ -185,7 +187,7 @@ class ApplyDownloadProgress(dnf.callback.DownloadProgress):
                 # librepo goes on with the next mirror: the file starts again.
                 self._started.discard(payload)
                 return
-            if msg:
+            if msg and not yumIOC.downloadCancelled():
                 log.error("Unable to download %s: %s", payload, msg)
         yumIOC.applyGrabMultiMeterRemove(payload)
 
@@ -436,18 +438,25 @@ class Apply:
         if not remote:
             return
         meter = ApplyDownloadProgress()
+        meters.cancellable(True)
         try:
             self.base.download_packages(remote, progress=meter)
-        except dnf.exceptions.DownloadError as e:
-            raise YumBaseError("Unable to download the packages: nothing was changed.\n%s"
-                               % dnf.exceptions.DownloadError.errmap2str(e.errmap)) from None
-        except dnf.exceptions.LockError as e:
-            raise LockError("The package cache is locked by another process: %s" % e,
-                            getattr(e, "pid", None)) from None
         except dnf.exceptions.Error as e:
+            if yumIOC.downloadCancelled():
+                raise YumBaseError(CANCELLED) from None
+            if isinstance(e, dnf.exceptions.LockError):
+                raise LockError("The package cache is locked by another process: %s" % e,
+                                getattr(e, "pid", None)) from None
+            if isinstance(e, dnf.exceptions.DownloadError):
+                raise YumBaseError("Unable to download the packages: nothing was changed.\n%s"
+                                   % dnf.exceptions.DownloadError.errmap2str(e.errmap)) from None
             raise YumBaseError("Unable to download the packages: %s" % e) from None
         finally:
+            meters.cancellable(False)
             meter.finish()
+        # A cancel that came with the last bytes still stops before rpm starts.
+        if yumIOC.downloadCancelled():
+            raise YumBaseError(CANCELLED)
 
     def checkSignatures(self, pkgs):
         base = self.base
