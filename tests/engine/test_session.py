@@ -226,6 +226,19 @@ class UnusableRepositoryTest(RootTestCase):
         self.assertEqual(caught.exception.repo, "damaged")
         self.assertRegex(caught.exception.value, r"primary\.xml\.gz of repository 'damaged'.*Clean XML Metadata")
 
+    def test_read_only_cache_is_named(self):
+        cache = self.path("/var/cache")
+        if subprocess.run(["mount", "--bind", cache, cache], stderr=subprocess.DEVNULL).returncode:
+            self.skipTest("no bind mounts here")
+        self.addCleanup(subprocess.run, ["umount", cache])
+        subprocess.run(["mount", "-o", "remount,bind,ro", cache], check=True)
+        y = self.session()
+        y.lock()
+        with self.assertRaises(self.Errors.RepoError) as caught:
+            y.setupRepos()
+        self.assertRegex(caught.exception.value, r"Unable to write %s/dnf/\S+: Read-only file system\.\n"
+                         r"SORVAN keeps .* in the cache directory %s/dnf" % (re.escape(cache), re.escape(cache)))
+
 
 class IsolationTest(RootTestCase):
 

@@ -51,6 +51,16 @@ _NS = "{http://linux.duke.edu/metadata/common}"
 _RPMNS = "{http://linux.duke.edu/metadata/rpm}"
 
 
+def _unwritable(error, conf):
+    """What a failed write into the cache or dnf's own directories means."""
+    where = error.filename or conf.cachedir
+    text = "Unable to write %s: %s." % (where, error.strerror or error)
+    if str(where).startswith(conf.cachedir):
+        text += ("\nSORVAN keeps the repositories' metadata in the cache directory %s and needs to "
+                 "write there." % conf.cachedir)
+    return text
+
+
 class ConfView:
     """The session's configuration as yum's `conf`: `yumvar` holds the variables."""
 
@@ -147,7 +157,10 @@ class Session:
         except (RepoError, YumBaseError):
             base.close()
             raise
-        except (dnf.exceptions.Error, hawkey.Exception, OSError) as e:
+        except OSError as e:
+            base.close()
+            raise RepoError(_unwritable(e, conf)) from None
+        except (dnf.exceptions.Error, hawkey.Exception) as e:
             base.close()
             raise RepoError(str(e)) from None
         if self.base is not None:
