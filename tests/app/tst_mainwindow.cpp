@@ -258,6 +258,28 @@ private Q_SLOTS:
     }
 
     // Refresh and Quit throw marked actions away only when the user agrees.
+    // A manual found nowhere is reported with every place looked in.
+    void manualItems_data()
+    {
+        columns<int, QString>("item", "file");
+        row("html", 0, "html/index.html");
+        row("pdf", 1, "manual.pdf");
+    }
+    void manualItems()
+    {
+        QFETCH(int, item);
+        QFETCH(QString, file);
+        QTemporaryDir docs;
+        QVERIFY(QDir().mkpath(docs.filePath("built/html")));
+        window->manualDirs = { docs.filePath("installed"), docs.filePath("built") };
+        expect({});
+        child<QMenu>("helpMenu")->actions().at(item)->trigger();
+        QTRY_COMPARE(user.seen.size(), 1);
+        QVERIFY2(user.said().contains(docs.filePath("installed/" + file))
+                && user.said().contains(docs.filePath("built/" + file)),
+            qPrintable(user.said()));
+    }
+
     void marksAndApply()
     {
         mark("sv-app", Package::Install);
