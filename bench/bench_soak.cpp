@@ -111,11 +111,15 @@ int main(int argc, char** argv)
     }
     QTemporaryDir work;
     QString const root = work.filePath(QStringLiteral("root"));
-    if (QProcess::execute(QStringLiteral("/usr/bin/python3"),
-            { QStringLiteral("-I"), QStringLiteral("-B"), QStringLiteral(SORVAN_SOURCE_DIR "/tools/sandbox/sandbox.py"),
-                QStringLiteral("clone"), sandbox, root })
-        != 0) {
-        std::fprintf(stderr, "bench_soak: no sandbox root to copy in %s\n", sandbox.toLocal8Bit().constData());
+    QProcess clone;
+    clone.setStandardOutputFile(QProcess::nullDevice());
+    clone.start(QStringLiteral("/usr/bin/python3"),
+        { QStringLiteral("-I"), QStringLiteral("-B"),
+            QStringLiteral(SORVAN_SOURCE_DIR "/tools/sandbox/sandbox.py"), QStringLiteral("clone"), sandbox,
+            root });
+    if (!clone.waitForFinished(-1) || clone.exitCode() != 0) {
+        std::fprintf(
+            stderr, "bench_soak: no sandbox root to copy in %s\n", sandbox.toLocal8Bit().constData());
         return 2;
     }
     qputenv("SORVANROOT", root.toLocal8Bit());
@@ -174,7 +178,7 @@ int main(int argc, char** argv)
     verify.start(QStringLiteral("rpm"), arguments);
     verify.waitForFinished(-1);
     QByteArray const said = verify.readAll();
-    std::printf("rpm -Va on the root: exit status %d, %lld lines%s%s", verify.exitCode(),
-        qint64(said.count('\n')), said.isEmpty() ? "" : ":\n", said.constData());
+    std::printf("rpm -Va on the root: exit status %d, %lld lines\n%s", verify.exitCode(),
+        qint64(said.count('\n')), said.constData());
     return 0;
 }
