@@ -24,6 +24,7 @@
 #include <QComboBox>
 #include <QFile>
 #include <QFileInfo>
+#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QKeySequence>
 #include <QLineEdit>
@@ -32,7 +33,6 @@
 #include <QPushButton>
 #include <QTimer>
 #include <QToolButton>
-#include <QGridLayout>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <sys/utsname.h>
@@ -714,12 +714,13 @@ void MainWindow::showRegexpValidity()
     // if there were none: the field says so rather than leave it silent.
     bool const valid = proxy->isExpressionValid();
     QPalette palette = regexpEdit->palette();
-    palette.setColor(QPalette::Base, valid ? QApplication::palette(regexpEdit).color(QPalette::Base)
-                                           : QColor(Colors::errorBg()));
+    palette.setColor(QPalette::Base,
+        valid ? QApplication::palette(regexpEdit).color(QPalette::Base) : QColor(Colors::errorBg()));
     regexpEdit->setPalette(palette);
     QString const note = valid ? QString() : tr("This expression is not valid: every package matches it.");
-    QString const tip = searchMode() ? tr("Regular expression to compare to all fields of a package")
-                                     : tr("Regular expression filter matching textual fields visible in the table");
+    QString const tip = searchMode()
+        ? tr("Regular expression to compare to all fields of a package")
+        : tr("Regular expression filter matching textual fields visible in the table");
     regexpEdit->setToolTip(valid ? tip : tip + QLatin1Char('\n') + note);
     regexpEdit->setAccessibleDescription(note);
 }

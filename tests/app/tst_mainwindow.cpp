@@ -424,7 +424,8 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(window->isInitialized(), 120000);
         mark("sv-net-tool", Package::Install);
         cancelDuring(&MainWindow::apply);
-        QVERIFY2(user.said().contains("The download was cancelled: nothing was changed."), qPrintable(user.said()));
+        QVERIFY2(user.said().contains("The download was cancelled: nothing was changed."),
+            qPrintable(user.said()));
         QCOMPARE(entry("sv-net-tool")->state, Package::Available);
         QCOMPARE(entry("sv-net-tool")->action, Package::Install);
 
