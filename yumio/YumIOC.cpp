@@ -196,8 +196,7 @@ struct YumIOC {
         return none();
     }
 
-    // (meter): "O".  The collect family finds a file's slot when the file
-    // starts and ignores these; it has no handler.
+    // (meter): "O".
     template <void (YumIOMeters::*handler)(void*)>
     static PyObject* batchMeter(PyObject*, PyObject* args)
     {
@@ -205,10 +204,18 @@ struct YumIOC {
         PyObject* meter = nullptr;
         if (!PyArg_ParseTuple(args, "O", &meter))
             return nullptr;
-        if constexpr (handler != nullptr) {
-            if (io)
-                (io->*handler)(meter);
-        }
+        if (io)
+            (io->*handler)(meter);
+        return none();
+    }
+
+    // (meter): "O", read and let be: the collect family finds a file's slot
+    // when the file starts.
+    static PyObject* ignoredMeter(PyObject*, PyObject* args)
+    {
+        PyObject* meter = nullptr;
+        if (!PyArg_ParseTuple(args, "O", &meter))
+            return nullptr;
         return none();
     }
 
@@ -353,8 +360,8 @@ struct YumIOC {
         { "collectGrabMeterFailure", meterFailure<&YumIOMeters::collectFailure>, METH_VARARGS, nullptr },
         { "collectGrabMultiMeterStart", batchStart<&YumIOMeters::collectGrabMultiMeterStart>, METH_VARARGS,
             nullptr },
-        { "collectGrabMultiMeterNew", batchMeter<nullptr>, METH_VARARGS, nullptr },
-        { "collectGrabMultiMeterRemove", batchMeter<nullptr>, METH_VARARGS, nullptr },
+        { "collectGrabMultiMeterNew", ignoredMeter, METH_VARARGS, nullptr },
+        { "collectGrabMultiMeterRemove", ignoredMeter, METH_VARARGS, nullptr },
         { "collectGrabMultiMeterEnd", batchEnd<&YumIOMeters::collectGrabMultiMeterEnd>, METH_VARARGS,
             nullptr },
         { "applyGrabMeterStart", applyGrabMeterStart, METH_VARARGS, nullptr },
