@@ -192,9 +192,10 @@ private Q_SLOTS:
     }
     void cleanupTestCase()
     {
+        // The table goes first: its models read the session to the end.
         yumIO->clearEntriesBeforeQuit();
-        delete yumIO;
         delete window;
+        delete yumIO;
         // The session's answerer closes the dialogs the tests open, but meets no error.
         for (SessionTest::Dialog const& dialog : std::as_const(dialogs.dialogs))
             QVERIFY2(dialog.kind == SessionTest::Dialog::Other, qPrintable(dialogs.summary()));
@@ -226,10 +227,14 @@ private Q_SLOTS:
                 for (QLabel const* label : dialog->findChildren<QLabel*>())
                     shown += '|' + label->text();
             }
+            // Clicked after the search: the dialog it opens may change this one's buttons.
             QTimer::singleShot(0, dialog, [dialog] {
+                QPushButton* details = nullptr;
                 for (QPushButton* button : dialog->findChildren<QPushButton*>())
                     if (button->text() == "Details")
-                        button->click();
+                        details = button;
+                if (details)
+                    details->click();
                 dialog->accept();
             });
         };
