@@ -92,13 +92,15 @@ double expandedSize(QByteArray const& pattern)
             repeat(2);
             break;
         case '{': {
-            // "{m}", "{m,}" or "{m,n}"; anything else is left to regcomp.
+            // "{m}", "{m,}", "{m,n}" or glibc's "{,n}"; anything else is
+            // left to regcomp.
             qsizetype j = i + 1;
             double low = 0, high = -1;
             bool digits = false;
             for (; j < n && pattern[j] >= '0' && pattern[j] <= '9'; ++j, digits = true)
                 low = std::min(low * 10 + (pattern[j] - '0'), 1e9);
             if (j < n && pattern[j] == ',') {
+                digits = true;
                 high = 0;
                 bool any = false;
                 for (++j; j < n && pattern[j] >= '0' && pattern[j] <= '9'; ++j, any = true)
