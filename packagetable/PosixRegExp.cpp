@@ -112,7 +112,15 @@ double expandedSize(QByteArray const& pattern)
                 atom(1);
                 break;
             }
+            double const repeated = last;
             repeat(std::max({ low, high, 1.0 }));
+            // The optional copies nest one in the next ("x(x(x)?)?"), and
+            // glibc's work on them grows with the square of their number.
+            if (double const optional = high - low; optional > 1) {
+                double const nested = repeated * optional * optional / 200;
+                groups.back() += nested;
+                last += nested;
+            }
             i = j;
             break;
         }
