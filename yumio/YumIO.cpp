@@ -707,6 +707,8 @@ void YumIO::logScript(Log::Kind kind, long level, char const* text)
 void YumIO::execWorkThread(QEventLoop& loop, YumIOThread& thread)
 {
     busy = true;
+    // A cancel belongs to the operation it was asked in.
+    downloadCancel = false;
     blocker.prepare();
     {
         // The worker takes the interpreter lock; this thread waits without it.
@@ -750,7 +752,6 @@ bool YumIO::collect(QHash<QString, bool> const& enables)
     otherDataFlag = false;
     fileListsFailed = false;
     otherDataFailed = false;
-    downloadCancel = false;
     QEventLoop loop;
     CollectThread thread(this, loop, enables);
     execWorkThread(loop, thread);

@@ -114,7 +114,7 @@ public:
     bool isBusy() const { return busy; }
     // Stops the running downloads, from any thread: a collection reads the
     // metadata already in the cache instead, an apply ends before rpm starts.
-    // Each collection and apply starts uncancelled.
+    // Every operation on a worker starts uncancelled.
     void cancelDownloads() { downloadCancel = true; }
     bool downloadCancelled() const { return downloadCancel; }
 

@@ -71,7 +71,6 @@ bool YumIO::apply()
                   .arg(::geteuid()));
         return false;
     }
-    downloadCancel = false;
     QEventLoop loop;
     ApplyThread thread(this, loop);
     execWorkThread(loop, thread);

@@ -439,6 +439,8 @@ private Q_SLOTS:
         for (Log::Entry const& entry : logged(window->yumSession()))
             told << entry.text;
         QVERIFY(told.join(u'|').contains("'sv-http' has no metadata in the cache"));
+        // The next operation downloads again.
+        QVERIFY2(window->yumSession()->collectFileLists(), qPrintable(user.said()));
     }
 
     // A quit asked for while the window starts (a signal, the close button)

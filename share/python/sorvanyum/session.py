@@ -213,6 +213,9 @@ class Session:
             log.warning("Download cancelled: repository '%s' has no metadata in the cache and is "
                         "left out of the list.", repo.id)
             repo.disable()
+            # Left out of later reads too (file lists, change logs) until the
+            # next collection sets the enabled repositories again.
+            self.repos.disableRepo(repo.id)
             return
         log.warning("Download cancelled: repository '%s' is listed from the metadata in the cache.",
                     repo.id)
