@@ -32,8 +32,6 @@ from yum.Errors import LockError, YumBaseError
 
 log = output.logger()
 
-CANCELLED = "The download was cancelled: nothing was changed."
-
 # The program's codes for what happens to a package in the RPM transaction:
 # yum's transaction-member states, and four of SORVAN's own for the steps
 # around the packages.
@@ -439,24 +437,26 @@ class Apply:
             return
         meter = ApplyDownloadProgress()
         meters.cancellable(True)
+        failure = None
         try:
             self.base.download_packages(remote, progress=meter)
         except dnf.exceptions.Error as e:
-            if yumIOC.downloadCancelled():
-                raise YumBaseError(CANCELLED) from None
-            if isinstance(e, dnf.exceptions.LockError):
-                raise LockError("The package cache is locked by another process: %s" % e,
-                                getattr(e, "pid", None)) from None
-            if isinstance(e, dnf.exceptions.DownloadError):
-                raise YumBaseError("Unable to download the packages: nothing was changed.\n%s"
-                                   % dnf.exceptions.DownloadError.errmap2str(e.errmap)) from None
-            raise YumBaseError("Unable to download the packages: %s" % e) from None
+            failure = e
         finally:
             meters.cancellable(False)
             meter.finish()
-        # A cancel that came with the last bytes still stops before rpm starts.
+        # Cancelled, the download's own failure is the cancel's doing; a cancel
+        # that came with the last bytes still stops before rpm starts.
         if yumIOC.downloadCancelled():
-            raise YumBaseError(CANCELLED)
+            raise YumBaseError("The download was cancelled: nothing was changed.")
+        if isinstance(failure, dnf.exceptions.LockError):
+            raise LockError("The package cache is locked by another process: %s" % failure,
+                            getattr(failure, "pid", None))
+        if isinstance(failure, dnf.exceptions.DownloadError):
+            raise YumBaseError("Unable to download the packages: nothing was changed.\n%s"
+                               % dnf.exceptions.DownloadError.errmap2str(failure.errmap))
+        if failure:
+            raise YumBaseError("Unable to download the packages: %s" % failure)
 
     def checkSignatures(self, pkgs):
         base = self.base
