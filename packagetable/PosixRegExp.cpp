@@ -96,11 +96,11 @@ double expandedSize(QByteArray const& pattern)
             // left to regcomp.
             qsizetype j = i + 1;
             double low = 0, high = -1;
-            bool digits = false;
-            for (; j < n && pattern[j] >= '0' && pattern[j] <= '9'; ++j, digits = true)
+            bool interval = false; // a bound or the comma seen
+            for (; j < n && pattern[j] >= '0' && pattern[j] <= '9'; ++j, interval = true)
                 low = std::min(low * 10 + (pattern[j] - '0'), 1e9);
             if (j < n && pattern[j] == ',') {
-                digits = true;
+                interval = true;
                 high = 0;
                 bool any = false;
                 for (++j; j < n && pattern[j] >= '0' && pattern[j] <= '9'; ++j, any = true)
@@ -108,7 +108,7 @@ double expandedSize(QByteArray const& pattern)
                 if (!any)
                     high = low + 1;
             }
-            if (!digits || j >= n || pattern[j] != '}') {
+            if (!interval || j >= n || pattern[j] != '}') {
                 atom(1);
                 break;
             }
