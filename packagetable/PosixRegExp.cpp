@@ -11,6 +11,18 @@ namespace
 // hundredths of a second, but nested repetitions multiply.
 constexpr double maxExpandedSize = 20000;
 
+struct Estimate {
+    double size = 0;
+    // Something that can match the empty text is repeated by "*", "+" or an
+    // interval ("(x?)*", "(a|)+", "x{,2}{,8}").  glibc's closure computation
+    // over such loops of empty steps grows exponentially with their nesting
+    // and their number, in ways no size follows: "(((x?){,3}){2,}){,5}" takes
+    // two seconds, "{,6}" at its end minutes, and "(x?){,200}(x?){,200}(x?)*",
+    // small as it is, three.  They say nothing a filter needs ("(x?)*" is
+    // "x*"), so they are refused.
+    bool emptyRepeated = false;
+};
+
 // A bracket expression from its '[' to its ']': the index of the ']', or of
 // the last character when it is not closed (regcomp refuses that).
 qsizetype bracketEnd(QByteArray const& pattern, qsizetype i)
@@ -37,59 +49,94 @@ qsizetype bracketEnd(QByteArray const& pattern, qsizetype i)
     return n - 1;
 }
 
-// An upper bound of the nodes regcomp builds for `pattern`.  glibc spells a
-// repetition out: "x+" becomes "xx*" and "x{3,5}" "xxx(x(x)?)?", copying x
-// each time, so "t++++..." or "((t{99}){99}){99}" grows exponentially with
-// the nesting and would take every byte of memory and freeze the window.
-double expandedSize(QByteArray const& pattern)
+// An upper bound of the nodes regcomp builds for `pattern`, and whether it
+// repeats what can be empty.  glibc spells a repetition out: "x+" becomes
+// "xx*" and "x{3,5}" "xxx(x(x)?)?", copying x each time, so "t++++..." or
+// "((t{99}){99}){99}" grows exponentially with the nesting and would take
+// every byte of memory and freeze the window.
+Estimate estimate(QByteArray const& pattern)
 {
-    std::vector<double> groups { 0 };
-    double last = 0; // the size of what a repetition would repeat
-    auto atom = [&](double size) {
-        groups.back() += size;
-        last = size;
+    Estimate result;
+    // Per open group: its size, whether the current alternative so far and
+    // any finished one can match the empty text.
+    struct Group {
+        double size = 0;
+        bool emptySequence = true;
+        bool emptyAlternative = false;
     };
-    auto repeat = [&](double copies) {
+    std::vector<Group> groups(1);
+    double last = 0; // the size of what a repetition would repeat
+    bool lastEmpty = false; // whether that can match the empty text
+    bool sequenceBefore = true; // the group's emptySequence before it
+    auto atom = [&](double size, bool empty = false) {
+        Group& group = groups.back();
+        group.size += size;
+        last = size;
+        lastEmpty = empty;
+        sequenceBefore = group.emptySequence;
+        group.emptySequence = sequenceBefore && empty;
+    };
+    // `optional`: the repetition can match the empty text itself; `once`:
+    // it is "?", one optional copy and no loop, harmless on an empty operand.
+    auto repeat = [&](double copies, bool optional, bool once = false) {
+        Group& group = groups.back();
         double const added = last * (copies - 1) + copies;
-        groups.back() += added;
+        group.size += added;
         last += added;
+        result.emptyRepeated |= lastEmpty && !once;
+        lastEmpty = lastEmpty || optional;
+        group.emptySequence = sequenceBefore && lastEmpty;
     };
     qsizetype const n = pattern.size();
-    auto total = [&] { return std::accumulate(groups.cbegin(), groups.cend(), 0.0); };
+    auto total = [&] {
+        return std::accumulate(groups.cbegin(), groups.cend(), 0.0,
+            [](double sum, Group const& group) { return sum + group.size; });
+    };
     // Stopping once over the bound keeps the sizes finite.
     for (qsizetype i = 0; i < n && total() <= maxExpandedSize; ++i) {
         switch (pattern[i]) {
         case '\\':
             ++i;
-            atom(1);
+            // Word boundaries and back-references can match the empty text.
+            atom(1, i < n && QByteArrayView("<>bB`'123456789").contains(pattern[i]));
+            break;
+        case '^':
+        case '$':
+            atom(1, true);
             break;
         case '[':
             i = bracketEnd(pattern, i);
             atom(1);
             break;
         case '(':
-            groups.push_back(0);
+            groups.emplace_back();
             last = 0;
+            lastEmpty = false;
             break;
         case ')':
             if (groups.size() > 1) {
-                double const size = groups.back() + 1;
+                Group const group = groups.back();
                 groups.pop_back();
-                atom(size);
+                atom(group.size + 1, group.emptySequence || group.emptyAlternative);
             } else {
                 atom(1);
             }
             break;
         case '|':
-            groups.back() += 1;
+            groups.back().size += 1;
+            groups.back().emptyAlternative |= groups.back().emptySequence;
+            groups.back().emptySequence = true;
             last = 0;
+            lastEmpty = false;
             break;
         case '*':
+            repeat(1, true);
+            break;
         case '?':
-            repeat(1);
+            repeat(1, true, true);
             break;
         case '+':
-            repeat(2);
+            repeat(2, false);
             break;
         case '{': {
             // "{m}", "{m,}", "{m,n}" or glibc's "{,n}"; anything else is
@@ -113,12 +160,12 @@ double expandedSize(QByteArray const& pattern)
                 break;
             }
             double const repeated = last;
-            repeat(std::max({ low, high, 1.0 }));
+            repeat(std::max({ low, high, 1.0 }), low == 0);
             // The optional copies nest one in the next ("x(x(x)?)?"), and
             // glibc's work on them grows with the square of their number.
             if (double const optional = high - low; optional > 1) {
                 double const nested = repeated * optional * optional / 200;
-                groups.back() += nested;
+                groups.back().size += nested;
                 last += nested;
             }
             i = j;
@@ -128,7 +175,8 @@ double expandedSize(QByteArray const& pattern)
             atom(1);
         }
     }
-    return total();
+    result.size = total();
+    return result;
 }
 
 // Adjacent repetition symbols after an atom ("c++", "x*?"), which POSIX
@@ -185,9 +233,13 @@ int PosixRegExp::compile(QByteArray const& pattern)
     if (compileStatus == 0)
         regfree(&regex);
     QByteArray const collapsed = collapseRepeats(pattern);
-    // Refused as regcomp refuses what it has no memory for.
-    if (expandedSize(collapsed) > maxExpandedSize)
+    // Refused as regcomp refuses what it has no memory for, or a repetition
+    // it cannot use.
+    Estimate const cost = estimate(collapsed);
+    if (cost.size > maxExpandedSize)
         compileStatus = REG_ESPACE;
+    else if (cost.emptyRepeated)
+        compileStatus = REG_BADRPT;
     else
         compileStatus = regcomp(&regex, collapsed.constData(), REG_EXTENDED | REG_NOSUB);
     return compileStatus;
