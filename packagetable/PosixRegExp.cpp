@@ -146,6 +146,9 @@ Estimate estimate(QByteArray const& pattern)
             bool interval = false; // a bound or the comma seen
             for (; j < n && pattern[j] >= '0' && pattern[j] <= '9'; ++j, interval = true)
                 low = std::min(low * 10 + (pattern[j] - '0'), 1e9);
+            // glibc takes an escaped comma for the comma too.
+            if (j + 1 < n && pattern[j] == '\\' && pattern[j + 1] == ',')
+                ++j;
             if (j < n && pattern[j] == ',') {
                 interval = true;
                 high = 0;
