@@ -1,8 +1,8 @@
 // Pictures of SORVAN at work on a copy of the sandbox's root: the marked
 // table, the transaction listing, the two bars during the download and the
-// transaction, the table afterwards, two failures, and the repositories: the
-// credentials asked for at start, the editor and one repository's form with
-// its password masked.
+// transaction, the table afterwards, two failures, three descriptions, the
+// Cache menu, and the repositories: the credentials asked for at start, the
+// editor and one repository's form with its password masked.
 //
 //   sorvan-screenshots OUTDIR
 //
@@ -196,13 +196,17 @@ int main(int argc, char** argv)
         mark(window, QString::fromLatin1(name), Package::NoAction);
     mark(window, QStringLiteral("sv-prefail"), Package::Install);
     QMetaObject::invokeMethod(window, "apply");
-    // The description of a package with two installed versions.
-    fault = QStringLiteral("describe-sv-kernel.png");
+    // Descriptions: a package with two installed versions, an available
+    // package and a group.
     auto* view = window->findChild<PackageTable::View*>(QStringLiteral("view"));
-    QModelIndexList const kernel = view->tableModel()->match(
-        view->tableModel()->index(0, 3), Qt::DisplayRole, QStringLiteral("sv-kernel"), 1, Qt::MatchExactly);
-    if (!kernel.isEmpty())
-        view->tableModel()->describe(kernel.first(), window);
+    for (char const* name : { "sv-kernel", "sv-calc", "SORVAN Desktop" }) {
+        fault = QStringLiteral("describe-%1.png")
+                    .arg(QString::fromLatin1(name).replace(QLatin1Char(' '), QLatin1Char('-')));
+        QModelIndexList const found = view->tableModel()->match(
+            view->tableModel()->index(0, 3), Qt::DisplayRole, QString::fromLatin1(name), 1, Qt::MatchExactly);
+        if (!found.isEmpty())
+            view->tableModel()->describe(found.first(), window);
+    }
     watch.stop();
 
     auto* cache = window->findChild<QMenu*>(QStringLiteral("cacheMenu"));
