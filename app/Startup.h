@@ -13,6 +13,8 @@ namespace Startup
 {
 // The whole start-up: application, style, main window, command line, event loop.
 int run(int argc, char** argv);
+// How the process allocates memory; first thing, before any thread starts.
+void tuneMemory();
 
 // Applies the options to the window in the order given (see CommandLine).
 // Returns -1 to go on, otherwise the exit status (after the message and the

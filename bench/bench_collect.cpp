@@ -10,6 +10,7 @@
 // same root.  Both run on a warm cache: one run of each comes first and is
 // not counted.  Prints the best wall time and the peak memory of each.  The
 // fixture's cache is the only thing written.
+#include "app/Startup.h"
 #include "widgets/HProgressBar.h"
 #include "yumio/YumIO.h"
 // After the interpreter's header, which must come first.
@@ -45,6 +46,7 @@ using Bench::Run;
 // The child that collects, as the program does, and prints its own times.
 int collectChild(int argc, char** argv)
 {
+    Startup::tuneMemory();
     QApplication app(argc, argv);
     QWidget window;
     HProgressBar total(&window);

@@ -21,6 +21,7 @@
 // Times are the best of N runs (default 3), in milliseconds; the machine's
 // load moves them, the ratios within a run much less.
 
+#include "app/Startup.h"
 #include "packagetable/PackageTableModel.h"
 #include "packagetable/PackageTableSortFilterProxyModel.h"
 #include "packagetable/PackageTableView.h"
@@ -259,6 +260,7 @@ bool searchMode(YumIO& session, Table const& table, int runs)
 
 int main(int argc, char** argv)
 {
+    Startup::tuneMemory();
     qputenv(
         "QT_QPA_PLATFORM", qgetenv("QT_QPA_PLATFORM").isEmpty() ? "offscreen" : qgetenv("QT_QPA_PLATFORM"));
     QApplication app(argc, argv);

@@ -10,7 +10,7 @@ struct _object;
 typedef struct _object PyObject;
 
 // The records of the package table: one Entry per package or group that the
-// engine reported, with its display texts computed once at collection time.
+// engine reported, with the texts it shows read at collection time.
 namespace Package
 {
 
@@ -68,10 +68,8 @@ struct Entry {
     // which packages of one name are merged.
     QString baseArch;
     quint64 size = 0;
-    QString sizeText;
     QString summary;
     long buildTime = 0; // seconds since the epoch
-    QString buildTimeText;
     // Owned reference to the engine's package or group object, kept for the
     // details shown on demand.
     PyObject* object = nullptr;

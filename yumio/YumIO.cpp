@@ -64,8 +64,7 @@ YumIO::~YumIO()
         dropEntries(collected, true);
         Py_CLEAR(repoDict);
         Py_CLEAR(yumIO);
-        for (PyObject** name : { &names.returnSimple, &names.printVer, &names.size, &names.name, &names.arch,
-                 &names.group, &names.repoid, &names.summary, &names.buildtime })
+        for (PyObject** name : { &names.size, &names.rows })
             Py_CLEAR(*name);
         setYumIOCTarget(nullptr);
     }
@@ -97,16 +96,9 @@ bool YumIO::initialize()
 
     PyGILStateWrapper gil(true);
     setYumIOCTarget(this);
-    if (!names.returnSimple) {
-        names.returnSimple = PyUnicode_InternFromString("returnSimple");
-        names.printVer = PyUnicode_InternFromString("printVer");
+    if (!names.size) {
         names.size = PyUnicode_InternFromString("size");
-        names.name = PyUnicode_InternFromString("name");
-        names.arch = PyUnicode_InternFromString("arch");
-        names.group = PyUnicode_InternFromString("group");
-        names.repoid = PyUnicode_InternFromString("repoid");
-        names.summary = PyUnicode_InternFromString("summary");
-        names.buildtime = PyUnicode_InternFromString("buildtime");
+        names.rows = PyUnicode_InternFromString("rows");
     }
 
     // yum's command-line modules look at sys.argv: give them a harmless

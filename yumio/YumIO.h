@@ -155,14 +155,22 @@ public:
     // or for an index out of range.
     Package::Entry* operator[](int i) const;
 
-    // The texts stored at collection time; no interpreter needed.
+    // The texts of what was read at collection time; no interpreter needed.
+    // Size and build time are formatted when asked: tens of thousands of
+    // entries, of which a table shows a few dozen.  A group has neither.
     QString getName(Package::Entry const& entry) const { return entry.name; }
     QString getVerRel(Package::Entry const& entry) const { return entry.verRel; }
     QString getRepo(Package::Entry const& entry) const { return entry.repo; }
     QString getArch(Package::Entry const& entry) const { return entry.arch; }
-    QString getSize(Package::Entry const& entry) const { return entry.sizeText; }
+    QString getSize(Package::Entry const& entry) const
+    {
+        return entry.kind == Package::Group ? QString() : Package::bytesFormat(entry.size);
+    }
     QString getSummary(Package::Entry const& entry) const { return entry.summary; }
-    QString getBuildTime(Package::Entry const& entry) const { return entry.buildTimeText; }
+    QString getBuildTime(Package::Entry const& entry) const
+    {
+        return entry.kind == Package::Group ? QString() : Package::timeFormat(entry.buildTime);
+    }
     QString getState(Package::Entry const& entry) const { return Package::stateText(entry.state); }
     QString getKind(Package::Entry const& entry) const { return Package::kindText(entry.kind); }
 
@@ -378,12 +386,14 @@ private:
     // --- collection steps (interpreter lock held) ----------------------------
     void useRepos(PyObject* repoStore, QHash<QString, bool> const& enables);
     QStringList collectRepos(PyObject* repoDict);
-    bool collectSet(QHash<EntryKey, Package::Entry*>& hash, PyObject* iterable, Package::State state);
+    // Makes the entries of the script's collected packages from their rows.
+    bool collectSet(QHash<EntryKey, Package::Entry*>& hash, PyObject* packages, Package::State state);
     bool collectField(
         QHash<EntryKey, Package::Entry*>& hash, PyObject* object, char const* field, Package::State state);
-    // Makes the entry of a package whose name and architecture were read.
-    bool collectPkg(Package::Entry*& slot, Package::State state, PyObject* pkg, QString const& name,
-        QString const& arch, QString const& baseArch);
+    // The text of a str that stands for one of few values (an architecture, a
+    // repository): one copy of each text for every entry.  `seen` maps the
+    // objects already read in this call.
+    QString sharedString(PyObject* object, QHash<PyObject*, QString>& seen);
     Package::Entry*& findUpdateablePackage(QHash<EntryKey, Package::Entry*>& hash, QString const& name,
         QString const& arch, QString const& baseArch);
     bool collectGroups(QHash<EntryKey, Package::Entry*>& hash, PyObject* groupInfo);
@@ -408,28 +418,14 @@ private:
     // The items of an iterable as texts.
     QStringList stringList(PyObject* iterable);
     quint64 sizeOf(PyObject* pkg);
-    long buildTimeOf(PyObject* pkg);
-    // A method call with no argument or one, by an interned name: what the
-    // collection does some ten times for each of tens of thousands of
-    // packages.  A failure is reported as pyMethodCall() reports it.
+    // A method call with no argument or one, by an interned name.  A failure
+    // is reported as pyMethodCall() reports it.
     PyObject* callMethod(PyObject* self, PyObject* method, PyObject* argument = nullptr);
-    // The package's returnSimple(field).
-    PyObject* returnSimple(PyObject* pkg, PyObject* field)
-    {
-        return callMethod(pkg, names.returnSimple, field);
-    }
 
-    // Those names, made once the interpreter runs.
+    // Names looked up often, made once the interpreter runs.
     struct Names {
-        PyObject* returnSimple = nullptr;
-        PyObject* printVer = nullptr;
         PyObject* size = nullptr;
-        PyObject* name = nullptr;
-        PyObject* arch = nullptr;
-        PyObject* group = nullptr;
-        PyObject* repoid = nullptr;
-        PyObject* summary = nullptr;
-        PyObject* buildtime = nullptr;
+        PyObject* rows = nullptr;
     } names;
 
     // --- details ---------------------------------------------------------------
@@ -506,6 +502,8 @@ private:
     QHash<EntryKey, Package::Entry*> entriesByKey;
     QHash<QString, Package::Entry*> bestByName;
     QSet<QString> baseArchitectures;
+    // The one copy of each architecture and repository text.
+    QSet<QString> sharedTexts;
     // Made by collectReal on the worker, handed to `entries` on the GUI thread.
     Package::EntryList collected;
 

@@ -277,68 +277,118 @@ Package::Entry*& YumIO::findUpdateablePackage(
     return hash[key];
 }
 
-bool YumIO::collectSet(QHash<EntryKey, Package::Entry*>& hash, PyObject* iterable, Package::State state)
+namespace
 {
-    PyObject* iterator = PyObject_GetIter(iterable);
-    if (!iterator) {
+
+// A row's number as the table keeps it; 0 for anything else.
+template <typename T>
+T rowNumber(PyObject* object)
+{
+    if (!object || !PyLong_Check(object))
+        return 0;
+    T const value = std::is_unsigned_v<T> ? T(PyLong_AsUnsignedLongLong(object)) : T(PyLong_AsLong(object));
+    if (PyErr_Occurred()) {
+        PyErr_Clear();
+        return 0;
+    }
+    return value;
+}
+
+} // namespace
+
+QString YumIO::sharedString(PyObject* object, QHash<PyObject*, QString>& seen)
+{
+    // The script hands the same object for the same text within a call;
+    // every entry then shares one copy.
+    auto const known = seen.constFind(object);
+    if (known != seen.constEnd())
+        return *known;
+    QString const text = pyString(object);
+    QString const& shared = *sharedTexts.insert(text);
+    seen.insert(object, shared);
+    return shared;
+}
+
+bool YumIO::collectSet(QHash<EntryKey, Package::Entry*>& hash, PyObject* packages, Package::State state)
+{
+    PyObject* rows = PyObject_GetAttr(packages, names.rows);
+    if (!rows || !PyList_Check(rows)) {
+        Py_XDECREF(rows);
         if (PyErr_Occurred())
             handleException();
         error(tr("Internal error: collected packages are not iterable"));
         return false;
     }
-    while (PyObject* pkg = PyIter_Next(iterator)) {
-        PyObject* nameObject = PyObject_GetAttr(pkg, names.name);
-        if (!nameObject)
-            PyErr_Clear();
-        QString const name = pyStringDec(nameObject);
-        PyObject* archObject = PyObject_GetAttr(pkg, names.arch);
-        if (!archObject)
-            PyErr_Clear();
-        QString const arch = pyStringDec(archObject);
+    Py_ssize_t const count = PyList_GET_SIZE(rows);
+    hash.reserve(hash.size() + count);
+    collected.reserve(collected.size() + count);
+    QHash<PyObject*, QString> seen;
+    bool ok = true;
+    for (Py_ssize_t i = 0; i < count; ++i) {
+        // (package, name, arch, printVer, repoid, size, summary, buildtime, is a suite)
+        PyObject* row = PyList_GET_ITEM(rows, i);
+        if (!PyTuple_Check(row) || PyTuple_GET_SIZE(row) != 9) {
+            error(tr("Internal error: collected packages are not iterable"));
+            ok = false;
+            break;
+        }
+        auto item = [row](Py_ssize_t n) { return PyTuple_GET_ITEM(row, n); };
+        QString const name = pyString(item(1));
+        QString const arch = sharedString(item(2), seen);
         QString const baseArch = getBiArch(arch);
         baseArchitectures.insert(baseArch);
         Package::Entry*& slot = findUpdateablePackage(hash, name, arch, baseArch);
+        Package::Entry** made = nullptr;
         if (!slot) {
-            if (!collectPkg(slot, state, pkg, name, arch, baseArch)) {
-                Py_DECREF(pkg);
-                Py_DECREF(iterator);
-                return false;
-            }
-            Package::Entry* entry = slot;
-            collected.append(entry);
-            auto best = bestByName.find(name);
-            if (best == bestByName.end()) {
-                bestByName.insert(name, entry);
-            } else {
-                PyObject* better
-                    = pyMethodCall(yumIO, "isBetterThan", "(O,O)", (*best)->object, entry->object);
-                if (better == Py_True) {
-                    entry->superseded = true;
-                } else {
-                    (*best)->superseded = true;
-                    *best = entry;
-                }
-                Py_XDECREF(better);
-            }
+            made = &slot;
         } else if (state == Package::Installed) {
             // Further installed instances of one package hang off its row.
             Package::Entry* last = slot;
             while (last->next)
                 last = last->next;
-            if (!collectPkg(last->next, state, pkg, name, arch, baseArch)) {
-                Py_DECREF(pkg);
-                Py_DECREF(iterator);
-                return false;
-            }
+            made = &last->next;
+        } else {
+            continue;
         }
-        Py_DECREF(pkg);
+        auto* entry = new Package::Entry;
+        *made = entry;
+        PyObject* pkg = item(0);
+        Py_INCREF(pkg);
+        entry->object = pkg;
+        entry->state = state;
+        // Only the exact group name marks a suite.
+        entry->kind = item(8) == Py_True ? Package::Suite : Package::Ordinary;
+        entry->name = name;
+        entry->verRel = pyString(item(3));
+        entry->repo = sharedString(item(4), seen);
+        entry->arch = arch;
+        entry->baseArch = baseArch;
+        entry->size = rowNumber<quint64>(item(5));
+        entry->summary = pyString(item(6));
+        entry->buildTime = rowNumber<long>(item(7));
+        if (made != &slot)
+            continue;
+        collected.append(entry);
+        auto best = bestByName.find(name);
+        if (best == bestByName.end()) {
+            bestByName.insert(name, entry);
+        } else {
+            PyObject* better = pyMethodCall(yumIO, "isBetterThan", "(O,O)", (*best)->object, entry->object);
+            if (better == Py_True) {
+                entry->superseded = true;
+            } else {
+                (*best)->superseded = true;
+                *best = entry;
+            }
+            Py_XDECREF(better);
+        }
     }
-    Py_DECREF(iterator);
-    if (PyErr_Occurred()) {
+    Py_DECREF(rows);
+    if (ok && PyErr_Occurred()) {
         handleException();
         return false;
     }
-    return true;
+    return ok;
 }
 
 bool YumIO::collectField(
@@ -368,46 +418,6 @@ quint64 YumIO::sizeOf(PyObject* pkg)
     }
     Py_XDECREF(size);
     return value;
-}
-
-long YumIO::buildTimeOf(PyObject* pkg)
-{
-    PyObject* time = returnSimple(pkg, names.buildtime);
-    long value = 0;
-    if (time && PyLong_Check(time)) {
-        value = PyLong_AsLong(time);
-        if (PyErr_Occurred()) {
-            PyErr_Clear();
-            value = 0;
-        }
-    }
-    Py_XDECREF(time);
-    return value;
-}
-
-bool YumIO::collectPkg(Package::Entry*& slot, Package::State state, PyObject* pkg, QString const& name,
-    QString const& arch, QString const& baseArch)
-{
-    auto* entry = new Package::Entry;
-    slot = entry;
-    Py_INCREF(pkg);
-    entry->object = pkg;
-    entry->action = Package::NoAction;
-    entry->state = state;
-    // Only the exact group name marks a suite.
-    entry->kind = pyStringDec(returnSimple(pkg, names.group)) == QLatin1String("Suite") ? Package::Suite
-                                                                                        : Package::Ordinary;
-    entry->name = name;
-    entry->verRel = pyStringDec(callMethod(pkg, names.printVer));
-    entry->repo = pyStringDec(returnSimple(pkg, names.repoid));
-    entry->arch = arch;
-    entry->baseArch = baseArch;
-    entry->size = sizeOf(pkg);
-    entry->sizeText = Package::bytesFormat(entry->size);
-    entry->summary = pyStringDec(returnSimple(pkg, names.summary));
-    entry->buildTime = buildTimeOf(pkg);
-    entry->buildTimeText = Package::timeFormat(entry->buildTime);
-    return true;
 }
 
 // --- groups ---------------------------------------------------------------------------

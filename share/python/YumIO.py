@@ -9,6 +9,7 @@ The managed root is the directory named by SORVANROOT ("/" when unset); dnf
 reads and writes only inside it.
 """
 
+import gc
 import os
 
 import yumIOC  # noqa: F401  (the program's callbacks; imported first so a missing one fails loudly)

@@ -64,16 +64,16 @@ class Package:
     __slots__ = ("_session", "_pkg", "_gen", "name", "arch", "epoch", "version", "release",
                  "repoid", "__weakref__")
 
-    def __init__(self, session, pkg, generation):
+    def __init__(self, session, pkg, generation, nevra=None):
+        """`nevra`, when the caller has read them already: (name, epoch text,
+        version, release, arch, repoid)."""
         self._session = session
         self._pkg = pkg
         self._gen = generation
-        self.name = pkg.name
-        self.arch = pkg.arch
-        self.epoch = str(pkg.epoch)
-        self.version = pkg.version
-        self.release = pkg.release
-        self.repoid = INSTALLED_REPO if pkg.reponame == SYSTEM_REPO else pkg.reponame
+        if nevra is None:
+            nevra = (pkg.name, str(pkg.epoch), pkg.version, pkg.release, pkg.arch,
+                     INSTALLED_REPO if pkg.reponame == SYSTEM_REPO else pkg.reponame)
+        self.name, self.epoch, self.version, self.release, self.arch, self.repoid = nevra
 
     # Identity -----------------------------------------------------------
 
