@@ -595,7 +595,9 @@ void MainWindow::quit()
     }
     quitting = true;
     quitPending = false;
-    if (session)
+    if (session && quitEndsProcess)
+        session->leaveToProcessEnd();
+    else if (session)
         session->clearEntriesBeforeQuit();
     if (logWindow && logWindow->isVisible())
         logWindow->hide();

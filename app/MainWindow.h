@@ -74,6 +74,9 @@ public:
 
     bool startRepoEditor;
     bool startLog;
+    // Quitting ends the process: the session's data is left to its end
+    // rather than taken apart (see YumIO::leaveToProcessEnd).
+    bool quitEndsProcess = false;
     QList<YumRepoEnabled> repoRequests;
     QHash<QString, bool> repoEnable;
     // Where the Help menu looks for the manual, in order: the installed

@@ -179,6 +179,7 @@ int Startup::run(int argc, char** argv)
     // Created before the options are parsed and never deleted here: it lives
     // as long as the application, which takes the remaining windows with it.
     mainWindow = new MainWindow;
+    mainWindow->quitEndsProcess = true;
     int const status = parseCommandLine(argc, argv, *mainWindow);
     if (status >= 0)
         return status;

@@ -81,7 +81,8 @@ int collectChild(int argc, char** argv)
     }
     std::printf("%.3f %.3f %d %d\n", start, collect, packages, groups);
     std::fflush(stdout);
-    io->clearEntriesBeforeQuit();
+    // As the program quits.
+    io->leaveToProcessEnd();
     delete io;
     if (!ok || !messages.isEmpty()) {
         std::fprintf(stderr, "bench_collect: the collection failed: %s\n",

@@ -97,7 +97,7 @@ void Python::PyThreadStateWrapper::restore()
 
 Python::~Python()
 {
-    if (!user || !initialized || --users > 0)
+    if (!user || !initialized || --users > 0 || !finalizeAtEnd)
         return;
     PyGILState_Ensure();
     Py_Finalize();

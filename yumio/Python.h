@@ -62,8 +62,9 @@ public:
     };
 
     Python() = default;
-    // The last object that initialized the interpreter finalizes it.  The
-    // interpreter lock is taken for that and never given back.
+    // The last object that initialized the interpreter finalizes it, unless
+    // leaveToProcessEnd() was called.  The interpreter lock is taken for that
+    // and never given back.
     virtual ~Python();
     Python(Python const&) = delete;
     Python& operator=(Python const&) = delete;
@@ -179,6 +180,9 @@ public:
     }
 
     static bool isInitialized() { return initialized; }
+    // The process ends soon after the last user goes: the interpreter is left
+    // running for it, rather than finalized object by object.
+    static void leaveToProcessEnd() { finalizeAtEnd = false; }
     // __main__'s dictionary (borrowed), null before initialize().
     static PyObject* mainDict() { return mainDictionary; }
 
@@ -196,5 +200,6 @@ private:
 
     static inline bool initialized = false;
     static inline int users = 0;
+    static inline bool finalizeAtEnd = true;
     static inline PyObject* mainDictionary = nullptr;
 };

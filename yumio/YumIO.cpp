@@ -49,16 +49,7 @@ YumIO::~YumIO()
         PyGILStateWrapper gil(true);
         // From here on, output goes to the terminal.
         py("import sys\nsys.stdout = sys.__stdout__\nsys.stderr = sys.__stderr__\n");
-        if (locked && yumIO) {
-            pyExceptStart();
-            pyExceptExpect(lockErrorType);
-            PyObject* result = pyMethodCall(yumIO, "unlock", "()");
-            if (pyExceptMatches(result, lockErrorType))
-                pythonExceptionV(tr("Unable to release yum lock"));
-            Py_XDECREF(result);
-            pyExceptClear();
-            locked = false;
-        }
+        releaseLock();
         dropEntries(entries, true);
         dropEntries(clearingEntries, true);
         dropEntries(collected, true);
@@ -817,6 +808,56 @@ void YumIO::clear()
             handleException();
         error(tr("Internal error: cannot create python yumIO"));
     }
+}
+
+void YumIO::releaseLock()
+{
+    if (!locked || !yumIO)
+        return;
+    pyExceptStart();
+    pyExceptExpect(lockErrorType);
+    PyObject* result = pyMethodCall(yumIO, "unlock", "()");
+    if (pyExceptMatches(result, lockErrorType))
+        pythonExceptionV(tr("Unable to release yum lock"));
+    Py_XDECREF(result);
+    pyExceptClear();
+    locked = false;
+}
+
+void YumIO::leaveToProcessEnd()
+{
+    if (busy)
+        return;
+    clearing = true;
+    // Kept reachable to the end, so that leak checkers see no leak either.
+    struct Leftovers {
+        Package::EntryList entries;
+        QHash<EntryKey, Package::Entry*> entriesByKey;
+        QHash<QString, Package::Entry*> bestByName;
+        QList<PyObject*> objects;
+    };
+    static QList<Leftovers*> leftovers;
+    auto* left = new Leftovers;
+    leftovers.append(left);
+    left->entries.append(entries);
+    left->entries.append(collected);
+    entries.QList::clear();
+    collected.QList::clear();
+    left->entriesByKey.swap(entriesByKey);
+    left->bestByName.swap(bestByName);
+    if (Python::isInitialized() && yumIOCTarget() == this && yumIO) {
+        PyGILStateWrapper gil(true);
+        py("import sys\nsys.stdout = sys.__stdout__\nsys.stderr = sys.__stderr__\n");
+        releaseLock();
+        // The engine's databases and the files it keeps between runs are
+        // closed and written as at any other end of a session.
+        Py_XDECREF(pyMethodCall(yumIO, "end", "()"));
+        PyErr_Clear();
+        left->objects << yumIO << repoDict;
+        yumIO = nullptr;
+        repoDict = nullptr;
+    }
+    Python::leaveToProcessEnd();
 }
 
 void YumIO::clearEntriesBeforeQuit()

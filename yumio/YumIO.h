@@ -105,6 +105,12 @@ public:
     // At shutdown, without a worker: forgets the entries' Python objects
     // (the interpreter goes right after) and deletes the entries.
     void clearEntriesBeforeQuit();
+    // When the process ends next, without a worker: releases the lock and
+    // closes the engine's files and databases, as deleting the session would,
+    // but leaves the entries, the engine's data and the interpreter to the
+    // process's end instead of taking tens of thousands of objects apart one
+    // by one.  Only deleting the session may follow.
+    void leaveToProcessEnd();
     // Load the repositories' file lists or change logs, once per collection.
     bool collectFileLists();
     bool collectOtherData();
@@ -309,6 +315,8 @@ private:
     bool collectExtraReal(char const* method, QString const& total, QString const& item, QString const& what,
         char const* internalError);
     bool takeLock();
+    // Releases the lock when held, reporting a failure.
+    void releaseLock();
     // Reads the enabled repositories; a repository that cannot be reached
     // may be disabled for the session, at the user's word, and the others read.
     bool setupRepos(PyObject* store);

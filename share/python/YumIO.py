@@ -96,6 +96,13 @@ class YumIO:
         """Let go of the engine's package data: the program is about to make a
         new session (the lock is the process's and stays held)."""
         self._groupInfo = None
+        # The old collection's cycles (a sack and its packages) must be found.
+        gc.unfreeze()
+        self._session.close()
+
+    def end(self):
+        """The program ends: close the engine's databases and write what it
+        keeps between runs.  What was read is left to the end of the process."""
         self._session.close()
 
     def isBetterThan(self, a, b):
