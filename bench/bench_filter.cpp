@@ -1,7 +1,7 @@
 // How long the package table takes to answer the filter bar on a
 // distribution-sized root, beside the bare cost of the matching itself.
 //
-//   bench_filter ROOT [--runs N] [--no-search]
+//   bench_filter ROOT [--runs N] [--no-search] [--figures]
 //
 // ROOT is a managed root, such as the one tools/scale/scale.py makes (DIR/root).
 // The program collects it, puts the table (model, proxy, view) on an offscreen
@@ -19,7 +19,8 @@
 //   within 5 times that floor.  Where the fields' reading goes is printed.
 //
 // Times are the best of N runs (default 3), in milliseconds; the machine's
-// load moves them, the ratios within a run much less.
+// load moves them, the ratios within a run much less.  With --figures a last
+// line "FIGURES name=value ..." gives the targets' figures to bench_targets.
 
 #include "app/Startup.h"
 #include "packagetable/PackageTableModel.h"
@@ -47,6 +48,15 @@ using namespace PackageTable;
 
 namespace
 {
+
+// What bench_targets reads: the worst Filter-mode ratio of every change, the
+// first search's ratio and time, and the peak memory right after it.
+struct Figures {
+    double filterWorst = 0;
+    double searchFirstRatio = 0;
+    double searchFirstMs = 0;
+    double searchPeakMB = 0;
+} figures;
 
 double ms(qint64 ns)
 {
@@ -205,6 +215,8 @@ bool searchMode(YumIO& session, Table const& table, int runs)
     QCoreApplication::processEvents();
     QString const nothing = QStringLiteral("no such text anywhere");
     qint64 const firstNs = change(table, nothing);
+    figures.searchFirstMs = ms(firstNs);
+    figures.searchPeakMB = peakMB();
     std::printf("  first search, reading every field: %.0f ms; peak memory %.0f MB\n", ms(firstNs), peakMB());
 
     QList<QList<QByteArray>> fields;
@@ -248,6 +260,7 @@ bool searchMode(YumIO& session, Table const& table, int runs)
         std::fprintf(stderr, "bench_filter: the search lists %d rows, the floor %d\n", listed, floorListed);
     std::printf(
         "  %-34s %8s %12s %10s %7s\n", "pass (best of runs)", "listed", "table ms", "floor ms", "ratio");
+    figures.searchFirstRatio = double(firstNs) / double(bestFloor);
     std::printf("  %-34s %8d %12.1f %10.1f %6.2fx\n", "first search", listed, ms(firstNs), ms(bestFloor),
         double(firstNs) / double(bestFloor));
     std::printf("  %-34s %8d %12.1f %10.1f %6.2fx (target: 5x)\n", "later searches", listed, ms(best),
@@ -268,13 +281,14 @@ int main(int argc, char** argv)
     QStringList arguments = app.arguments().mid(1);
     int runs = 3;
     bool const search = !arguments.removeOne(QStringLiteral("--no-search"));
+    bool const printFigures = arguments.removeOne(QStringLiteral("--figures"));
     if (int const at = arguments.indexOf(QStringLiteral("--runs")); at >= 0 && at + 1 < arguments.size()) {
         runs = std::max(1, arguments[at + 1].toInt());
         arguments.remove(at, 2);
     }
     if (arguments.size() != 1 || !QFileInfo(arguments[0]).isDir()) {
         std::fprintf(stderr,
-            "usage: bench_filter ROOT [--runs N] [--no-search]\n  ROOT: a managed root, such as DIR/root of "
+            "usage: bench_filter ROOT [--runs N] [--no-search] [--figures]\n  ROOT: a managed root, such as DIR/root of "
             "tools/scale/scale.py build DIR\n");
         return 2;
     }
@@ -369,6 +383,7 @@ int main(int argc, char** argv)
         if (floorListed != listed)
             std::fprintf(stderr, "bench_filter: %s lists %d rows, the floor %d\n", c.to, listed, floorListed);
         double const ratio = double(best) / double(bestFloor);
+        figures.filterWorst = std::max(figures.filterWorst, ratio);
         // Every row back matches nothing at all: its floor is empty, and what
         // it costs is the sort.
         if (!SortFilterProxyModel::stripWildcards(QString::fromLatin1(c.to)).isEmpty())
@@ -381,6 +396,9 @@ int main(int argc, char** argv)
         worst, peakMB());
 
     bool const searched = !search || searchMode(session, table, runs);
+    if (printFigures)
+        std::printf("FIGURES filterWorst=%.3f searchFirstRatio=%.3f searchFirstMs=%.1f searchPeakMB=%.1f\n",
+            figures.filterWorst, figures.searchFirstRatio, figures.searchFirstMs, figures.searchPeakMB);
 
     // The table goes before the session it reads.
     delete table.view;
