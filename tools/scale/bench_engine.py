@@ -48,7 +48,8 @@ def countingYumIOC():
                  "applyGrabMultiMeterNew", "applyGrabMultiMeterRemove",
                  "applyGrabMultiMeterEnd", "dsTsCheck", "dsRestartLoop", "userconfirm",
                  "reportDownloadSize", "listTransaction", "tsInitCallback", "tsCallback",
-                 "tsEvent", "postTransactionOutput", "gpgsigcheck"):
+                 "tsEvent", "postTransactionOutput", "gpgsigcheck", "downloadsCancellable",
+                 "downloadCancelled"):
         setattr(module, name, make(name))
     return module
 
