@@ -14,6 +14,8 @@
 #include <QKeyEvent>
 #include <QStyle>
 #include <algorithm>
+#include <iterator>
+#include <limits>
 
 namespace PackageTable
 {
@@ -76,32 +78,63 @@ int View::sizeHintForColumn(int column) const
     initViewItemOption(&option);
     QFontMetrics const metrics(option.font);
 
+    // Shaping a text is what costs; the sum of its characters' advances comes
+    // within a few per cent of its width.  Texts are shaped from the widest
+    // sum down until a sum, with ample room for kerning, is too narrow to come
+    // within rounding of the widest text shaped.
     struct Cell {
         int row;
-        int advance;
+        int estimate;
+        int advance = -1;
+    };
+    int latin1[256];
+    std::fill(std::begin(latin1), std::end(latin1), -1);
+    auto estimate = [&](QString const& text) {
+        int sum = 0;
+        for (QChar const c : text) {
+            ushort const code = c.unicode();
+            if (code > 0xff)
+                return std::numeric_limits<int>::max();
+            if (latin1[code] < 0)
+                latin1[code] = metrics.horizontalAdvance(c);
+            sum += latin1[code];
+        }
+        return sum;
     };
     QHash<QPair<qint64, QString>, Cell> cells;
-    QHash<QString, int> advances;
-    QHash<qint64, int> widest;
     for (int row = 0, rows = packageModel->rowCount(); row < rows; ++row) {
         QModelIndex const index = packageModel->index(row, column);
         QVariant const decoration = index.data(Qt::DecorationRole);
         qint64 const icon = decoration.isValid() ? qvariant_cast<QIcon>(decoration).cacheKey() : 0;
         QString const text = index.data(Qt::DisplayRole).toString();
         QPair<qint64, QString> const key(icon, text);
-        if (cells.contains(key))
+        if (!cells.contains(key))
+            cells.insert(key, Cell { row, estimate(text) });
+    }
+    QList<std::pair<QPair<qint64, QString> const*, Cell*>> order;
+    order.reserve(cells.size());
+    for (auto cell = cells.begin(); cell != cells.end(); ++cell)
+        order.append({ &cell.key(), &cell.value() });
+    std::sort(order.begin(), order.end(),
+        [](auto const& a, auto const& b) { return a.second->estimate > b.second->estimate; });
+    QHash<QString, int> advances;
+    QHash<qint64, int> widest;
+    for (auto const& [key, cell] : std::as_const(order)) {
+        auto const most = widest.constFind(key->first);
+        if (most != widest.constEnd() && cell->estimate != std::numeric_limits<int>::max()
+            && qint64(cell->estimate) * 5 / 4 + 8 + 2 < *most)
             continue;
-        auto advance = advances.constFind(text);
+        auto advance = advances.constFind(key->second);
         if (advance == advances.constEnd())
-            advance = advances.insert(text, metrics.horizontalAdvance(text));
-        cells.insert(key, Cell { row, *advance });
-        int& most = widest[icon];
-        most = std::max(most, *advance);
+            advance = advances.insert(key->second, metrics.horizontalAdvance(key->second));
+        cell->advance = *advance;
+        int& widestOfIcon = widest[key->first];
+        widestOfIcon = std::max(widestOfIcon, *advance);
     }
 
     int hint = 0;
     for (auto cell = cells.constBegin(); cell != cells.constEnd(); ++cell) {
-        if (cell->advance + 2 < widest.value(cell.key().first))
+        if (cell->advance < 0 || cell->advance + 2 < widest.value(cell.key().first))
             continue;
         QModelIndex const index = packageModel->index(cell->row, column);
         hint = std::max(hint, itemDelegateForIndex(index)->sizeHint(option, index).width());
