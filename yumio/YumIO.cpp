@@ -55,6 +55,9 @@ YumIO::~YumIO()
         dropEntries(collected, true);
         Py_CLEAR(repoDict);
         Py_CLEAR(yumIO);
+        // The script froze what it collected out of the collector's sight;
+        // finalizing must find its cycles.
+        py("import gc\ngc.unfreeze()\n");
         for (PyObject** name : { &names.size, &names.rows })
             Py_CLEAR(*name);
         setYumIOCTarget(nullptr);
@@ -829,16 +832,17 @@ void YumIO::leaveToProcessEnd()
     if (busy)
         return;
     clearing = true;
-    // Kept reachable to the end, so that leak checkers see no leak either.
+    // Kept reachable to the end, so that leak checkers see no leak either:
+    // the list is never destroyed, as static objects are before the check.
     struct Leftovers {
         Package::EntryList entries;
         QHash<EntryKey, Package::Entry*> entriesByKey;
         QHash<QString, Package::Entry*> bestByName;
         QList<PyObject*> objects;
     };
-    static QList<Leftovers*> leftovers;
+    static auto* const leftovers = new QList<Leftovers*>;
     auto* left = new Leftovers;
-    leftovers.append(left);
+    leftovers->append(left);
     left->entries.append(entries);
     left->entries.append(collected);
     entries.QList::clear();
