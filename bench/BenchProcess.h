@@ -2,11 +2,15 @@
 
 // What the benchmarks share: dnf's command line on a managed root, and a
 // child process measured from start to end.
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QStringList>
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <spawn.h>
@@ -87,6 +91,36 @@ inline Run measure(QStringList const& arguments, QByteArray const& outputFile, b
     if (file.open(QIODevice::ReadOnly))
         run.output = file.readAll();
     return run;
+}
+
+// The managed root of the scale fixture named by the command line ([DIR]
+// [--runs N], DIR by default <build>/scale), with the runs asked for; an
+// empty root after saying what is wrong.
+inline QString scaleRoot(int argc, char** argv, char const* name, int& runs)
+{
+    QString dir = QFileInfo(QFileInfo(QString::fromLocal8Bit(argv[0])).absoluteFilePath()).absolutePath()
+        + QLatin1String("/../scale");
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--runs") == 0 && i + 1 < argc) {
+            runs = std::max(1, std::atoi(argv[++i]));
+        } else if (argv[i][0] == '-') {
+            std::fprintf(stderr, "usage: %s [DIR] [--runs N]\n", name);
+            return {};
+        } else {
+            dir = QString::fromLocal8Bit(argv[i]);
+        }
+    }
+    QString root = QDir(dir).absolutePath();
+    if (QFileInfo::exists(root + QLatin1String("/root/etc")))
+        root += QLatin1String("/root");
+    if (!QFileInfo::exists(root + QLatin1String("/etc"))) {
+        std::fprintf(stderr,
+            "%s: no scale fixture in %s\n"
+            "Make one with: /usr/bin/python3 tools/scale/scale.py build %s\n",
+            name, qPrintable(dir), qPrintable(dir));
+        return {};
+    }
+    return root;
 }
 
 } // namespace Bench

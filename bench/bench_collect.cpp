@@ -110,27 +110,10 @@ int main(int argc, char** argv)
         return collectChild(argc, argv);
 
     QString program = QFileInfo(QString::fromLocal8Bit(argv[0])).absoluteFilePath();
-    QString dir = QFileInfo(program).absolutePath() + QLatin1String("/../scale");
     int runs = 3;
-    for (int i = 1; i < argc; ++i) {
-        if (std::strcmp(argv[i], "--runs") == 0 && i + 1 < argc)
-            runs = std::max(1, std::atoi(argv[++i]));
-        else if (argv[i][0] == '-') {
-            std::fprintf(stderr, "usage: bench_collect [DIR] [--runs N]\n");
-            return 2;
-        } else
-            dir = QString::fromLocal8Bit(argv[i]);
-    }
-    QString root = QDir(dir).absolutePath();
-    if (QFileInfo::exists(root + QLatin1String("/root/etc")))
-        root += QLatin1String("/root");
-    if (!QFileInfo::exists(root + QLatin1String("/etc"))) {
-        std::fprintf(stderr,
-            "bench_collect: no scale fixture in %s\n"
-            "Make one with: /usr/bin/python3 tools/scale/scale.py build %s\n",
-            dir.toLocal8Bit().constData(), dir.toLocal8Bit().constData());
+    QString root = Bench::scaleRoot(argc, argv, "bench_collect", runs);
+    if (root.isEmpty())
         return 2;
-    }
     root = QDir::cleanPath(root);
 
     qputenv("SORVANROOT", root.toLocal8Bit());

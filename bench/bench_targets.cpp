@@ -122,27 +122,10 @@ int main(int argc, char** argv)
 
     QString const program = QFileInfo(QString::fromLocal8Bit(argv[0])).absoluteFilePath();
     QString const benchDir = QFileInfo(program).absolutePath();
-    QString dir = benchDir + QLatin1String("/../scale");
     int runs = 3;
-    for (int i = 1; i < argc; ++i) {
-        if (std::strcmp(argv[i], "--runs") == 0 && i + 1 < argc)
-            runs = std::max(1, std::atoi(argv[++i]));
-        else if (argv[i][0] == '-') {
-            std::fprintf(stderr, "usage: bench_targets [DIR] [--runs N]\n");
-            return 2;
-        } else
-            dir = QString::fromLocal8Bit(argv[i]);
-    }
-    QString root = QDir(dir).absolutePath();
-    if (QFileInfo::exists(root + QLatin1String("/root/etc")))
-        root += QLatin1String("/root");
-    if (!QFileInfo::exists(root + QLatin1String("/etc"))) {
-        std::fprintf(stderr,
-            "bench_targets: no scale fixture in %s\n"
-            "Make one with: /usr/bin/python3 tools/scale/scale.py build %s\n",
-            qPrintable(dir), qPrintable(dir));
+    QString root = Bench::scaleRoot(argc, argv, "bench_targets", runs);
+    if (root.isEmpty())
         return 2;
-    }
     root = QDir::cleanPath(root);
     qputenv("SORVANROOT", root.toLocal8Bit());
     qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -228,7 +211,8 @@ int main(int argc, char** argv)
     std::printf("%-48s %14s %14s %-22s %7s  %-6s\n", "figure", "SORVAN", "anchor", "", "ratio", "target");
     double const dnfWarm = best(warmD);
     printRow({ "Collection, whole process, warm", best(warmS), dnfWarm, "s", "dnf list --all", 0.8 });
-    printRow({ "Collection, whole process, cold", best(coldS), best(coldD), "s", "dnf list --all, cold", 0.8 });
+    printRow(
+        { "Collection, whole process, cold", best(coldS), best(coldD), "s", "dnf list --all, cold", 0.8 });
     printRow({ "Peak memory of the collection", most(peakS) / 1024.0, most(peakD) / 1024.0, "MiB",
         "dnf list --all", 1.3 });
     std::printf("%-48s %9.2f %-4s %9.2f %-4s %-22s %7s  <= 1.5s %s\n", "Start to filled table, default view",
@@ -240,7 +224,7 @@ int main(int argc, char** argv)
     std::printf("%-48s %9.0f %-4s %9s %-4s %-22s %7s  <= 400MiB %s\n",
         "Peak memory after extra data and one search", figures.value("searchPeakMB"), "MiB", "", "", "", "",
         figures.value("searchPeakMB") <= 400 ? "met" : "NOT met");
-    std::printf("(the first search took %.0f ms; bench_filter prints the details)\n",
-        figures.value("searchFirstMs"));
+    std::printf(
+        "(the first search took %.0f ms; bench_filter prints the details)\n", figures.value("searchFirstMs"));
     return 0;
 }
