@@ -94,12 +94,14 @@ inline Run measure(QStringList const& arguments, QByteArray const& outputFile, b
 }
 
 // The managed root of the scale fixture named by the command line ([DIR]
-// [--runs N], DIR by default <build>/scale), with the runs asked for; an
-// empty root after saying what is wrong.
-inline QString scaleRoot(int argc, char** argv, char const* name, int& runs)
+// [--runs N], DIR by default <build>/scale), with the runs asked for, and
+// the environment the program's children need to manage it; an empty root
+// after saying what is wrong.
+inline QString useScaleRoot(int argc, char** argv, char const* name, int& runs)
 {
-    QString dir = QFileInfo(QFileInfo(QString::fromLocal8Bit(argv[0])).absoluteFilePath()).absolutePath()
-        + QLatin1String("/../scale");
+    QString const binDir
+        = QFileInfo(QFileInfo(QString::fromLocal8Bit(argv[0])).absoluteFilePath()).absolutePath();
+    QString dir = binDir + QLatin1String("/../scale");
     for (int i = 1; i < argc; ++i) {
         if (std::strcmp(argv[i], "--runs") == 0 && i + 1 < argc) {
             runs = std::max(1, std::atoi(argv[++i]));
@@ -120,6 +122,11 @@ inline QString scaleRoot(int argc, char** argv, char const* name, int& runs)
             name, qPrintable(dir), qPrintable(dir));
         return {};
     }
+    root = QDir::cleanPath(root);
+    qputenv("SORVANROOT", root.toLocal8Bit());
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    if (qEnvironmentVariableIsEmpty("SORVANSHARE"))
+        qputenv("SORVANSHARE", QDir::cleanPath(binDir + QLatin1String("/../share")).toLocal8Bit());
     return root;
 }
 

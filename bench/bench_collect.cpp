@@ -109,18 +109,11 @@ int main(int argc, char** argv)
     if (argc >= 2 && std::strcmp(argv[1], "--child") == 0)
         return collectChild(argc, argv);
 
-    QString program = QFileInfo(QString::fromLocal8Bit(argv[0])).absoluteFilePath();
+    QString const program = QFileInfo(QString::fromLocal8Bit(argv[0])).absoluteFilePath();
     int runs = 3;
-    QString root = Bench::scaleRoot(argc, argv, "bench_collect", runs);
+    QString const root = Bench::useScaleRoot(argc, argv, "bench_collect", runs);
     if (root.isEmpty())
         return 2;
-    root = QDir::cleanPath(root);
-
-    qputenv("SORVANROOT", root.toLocal8Bit());
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    if (qEnvironmentVariableIsEmpty("SORVANSHARE"))
-        qputenv("SORVANSHARE",
-            QDir::cleanPath(QFileInfo(program).absolutePath() + QLatin1String("/../share")).toLocal8Bit());
     QByteArray const output
         = QDir::temp().filePath(QStringLiteral("bench_collect.%1.out").arg(getpid())).toLocal8Bit();
 

@@ -123,14 +123,9 @@ int main(int argc, char** argv)
     QString const program = QFileInfo(QString::fromLocal8Bit(argv[0])).absoluteFilePath();
     QString const benchDir = QFileInfo(program).absolutePath();
     int runs = 3;
-    QString root = Bench::scaleRoot(argc, argv, "bench_targets", runs);
+    QString const root = Bench::useScaleRoot(argc, argv, "bench_targets", runs);
     if (root.isEmpty())
         return 2;
-    root = QDir::cleanPath(root);
-    qputenv("SORVANROOT", root.toLocal8Bit());
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    if (qEnvironmentVariableIsEmpty("SORVANSHARE"))
-        qputenv("SORVANSHARE", QDir::cleanPath(benchDir + QLatin1String("/../share")).toLocal8Bit());
     QByteArray const output
         = QDir::temp().filePath(QStringLiteral("bench_targets.%1.out").arg(getpid())).toLocal8Bit();
 
